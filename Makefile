@@ -1,0 +1,46 @@
+# make run   builds and starts the tool on the built-in simulated board
+# make test  builds and runs every test through CTest
+BUILD ?= build
+TYPE ?= RelWithDebInfo
+JOBS ?= $(shell nproc)
+
+.PHONY: all deps configure build run test asan bench fuzz clean
+
+all: build
+
+deps:
+	@bash tools/install-deps.sh
+
+configure: deps
+	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=$(TYPE) $(CMAKE_EXTRA) > /dev/null
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	@if [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
+	  echo "No display found. Start the tool under a virtual display with:"; \
+	  echo "  xvfb-run -a $(BUILD)/i2cbridge --simulate"; \
+	  exit 1; \
+	fi
+	$(BUILD)/i2cbridge --simulate
+
+test: build
+	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+asan:
+	@$(MAKE) --no-print-directory test BUILD=build-asan TYPE=Debug \
+	  CMAKE_EXTRA="-DI2CB_SANITIZE=address,undefined"
+
+bench: build
+	@for b in $(BUILD)/bench/bench_*; do echo "== $$b"; $$b; done
+
+fuzz: deps
+	@cmake -S . -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DI2CB_FUZZ=ON -DI2CB_GUI=OFF -DI2CB_TESTS=OFF -DI2CB_BENCH=OFF > /dev/null
+	@cmake --build build-fuzz -j $(JOBS)
+	@echo "Fuzz targets are in build-fuzz/fuzz/"
+
+clean:
+	rm -rf build build-asan build-fuzz

@@ -1,0 +1,74 @@
+#include "foundation/hex_text.h"
+
+#include <cctype>
+
+namespace i2cbridge {
+
+namespace {
+int HexDigitValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+}  // namespace
+
+int16_t HexToInt(std::string_view text) {
+    uint32_t value = 0;
+    for (char c : text) {
+        const int digit = HexDigitValue(c);
+        if (digit < 0) break;
+        value = value * 16 + static_cast<uint32_t>(digit);
+        if (value > 0xFFFF) return 32767;
+    }
+    return static_cast<int16_t>(static_cast<uint16_t>(value));
+}
+
+std::string HexByteText(int value) {
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    const unsigned byte = static_cast<unsigned>(value) & 0xFFu;
+    return std::string{kDigits[byte >> 4], kDigits[byte & 0xF]};
+}
+
+int16_t SplitFields(std::string& text, std::span<std::string> fields, char delimiter) {
+    for (auto& field : fields) field.clear();
+    text.push_back(delimiter);
+    if (text.size() <= 1 || fields.empty()) return 0;
+
+    std::size_t position = 0;  // zero-based here; the stop test below is the one-based rule
+    std::size_t index = 0;
+    while (true) {
+        std::size_t end = text.find(delimiter, position);
+        if (end == std::string::npos) end = text.size();
+        fields[index] = text.substr(position, end - position);
+        position = end + 1;
+        ++index;
+        if (position + 1 >= text.size() || index >= fields.size()) break;
+    }
+    return static_cast<int16_t>(index - 1);
+}
+
+std::string HexText(int64_t value) {
+    uint64_t v = value < 0 ? static_cast<uint32_t>(static_cast<int32_t>(value))
+                           : static_cast<uint64_t>(value);
+    if (v == 0) return "0";
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string out;
+    while (v != 0) {
+        out.insert(out.begin(), kDigits[v & 0xF]);
+        v >>= 4;
+    }
+    return out;
+}
+
+std::string DecText(int64_t value) {
+    return value < 0 ? std::to_string(value) : " " + std::to_string(value);
+}
+
+std::string UpperCase(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return out;
+}
+
+}  // namespace i2cbridge

@@ -1,0 +1,160 @@
+#pragma once
+
+// The main window "Quantrel I2C Communications Software": connection area, program log,
+// I2C address, single-byte panel, the 32-row register table, register definitions files,
+// the communications test and the menus. Its controls are plain models named as the window
+// names them; the Qt view binds widgets to them and forwards events to the handlers below.
+//
+// The handlers are spread over several files by subject:
+//   frm_i2c_general.cpp    load, focus, close, resize and scroll, menus, connection, log
+//   single_byte_panel.cpp  I2C address box and the single-byte panel
+//   register_table.cpp     the register table and the raw two-byte panel
+//   register_file.cpp      register definitions files (open, save)
+//   comm_test.cpp          the communications test
+
+#include <array>
+#include <string>
+
+#include "foundation/controls.h"
+#include "foundation/form.h"
+#include "foundation/ports.h"
+#include "foundation/program_log.h"
+#include "usb/connection.h"
+
+namespace i2cbridge {
+
+class Workbench;
+
+inline constexpr int kRegisterRows = 32;
+inline constexpr int kKeyEnter = 13;
+
+class FrmI2CGeneral : public Form, public LogPanel, public ConnectionPanel {
+public:
+    explicit FrmI2CGeneral(Workbench& wb);
+
+    Lamp* attachLamp() override { return &ShpAttach; }
+
+    Label Caption{"Quantrel I2C Communications Software"};
+    TabControl SSTab1;  // 0 "General I2C Comm", 1 "Program Log"
+    Button cmdClearLog{"Clear Log"};
+
+    // I2C address.
+    TextBox txtI2CAdr{"60", "Enter I2C Address"};
+    TextBox txtActualWrtAddress{"", "Actual I2C Write Address"};
+    TextBox txtActualReadAddress{"", "Actual I2C Read Address"};
+
+    // Communications test.
+    Button cmdTestComm{"Test", "Click to test Communications"};
+    std::array<TextBox, 2> txtTstReg{TextBox{"", "If good Com, will be equal to 1."}, TextBox{}};
+    Label lblCommTest;
+
+    // Single-byte panel "Single Byte Transfer User Panel".
+    TextBox txtUserRegAdr{
+        "00", "Sets Device Register Accessed for Writes and Reads in Single Byte Transfer User Panel"};
+    std::array<TextBox, 2> txtsbwr{TextBox{"AA"}, TextBox{"55"}};
+    std::array<Button, 2> cmdWrite1Byte{
+        Button{"WRITE", "Writes Data entered below to Address in Device Register Address Text Box"},
+        Button{"WRITE", "Writes Data entered below to Address in Device Register Address Text Box"}};
+    Button cmdRead{"READ", "Reads Address in Device Register Address Text Box"};
+    TextBox txtReadByte{"--"};
+    std::array<Lamp, 3> Shape2;  // 0 and 1: the write buttons; 2: READ
+    Lamp Shape3;
+    Label lblNak{"NAK"};
+    Label lblReadCount{"--"};
+
+    // Register table "Active Device Registers": rows 0-15 in Frame1(0), 16-31 in Frame1(1).
+    std::array<Plain, 2> Frame1;
+    std::array<TextBox, kRegisterRows> Reg_Adr;
+    std::array<TextBox, kRegisterRows> Reg_Desc;
+    std::array<TextBox, kRegisterRows> txtBWrite;
+    std::array<TextBox, kRegisterRows> txtRdByte;
+    std::array<Lamp, kRegisterRows> shpBwrite;
+    std::array<Lamp, kRegisterRows> Shape1;
+    Button cmdReadRegs{"Read All Active   Registers", "Performs Single Byte Reads on all Registers"};
+    Button cmdwriteAll{"Write All Active  Registers",
+                       "Performs Single Byte Writes  on all Registers"};
+    Button Command7{"Set Write Data = Read Data ",
+                    "Moves Active Device Registers  Read Data Into Associated Write Boxes"};
+    Button cmdAppsSet{"Set Defaults",
+                      "Set the I2C_General to Applications Suggested Starting Configuratioin."};
+    Button Command1{"Command1"};
+
+    // Raw two-byte panel on pipe 4.
+    TextBox txtAddr{"00"};
+    TextBox txtData{"00"};
+    CheckBox ckRwb{"Write (unchecked) Read (checked)"};
+    Button cmdWrite{"Write"};
+
+    // The scrolling view of the register area, in twips: pbinner (content) inside pbouter
+    // (viewport) inside PbForm, with the two scroll bars.
+    Box PbForm;
+    Box pbouter;
+    Box pbinner;
+    ScrollBar VScroll1;
+    ScrollBar HScroll1;
+    Plain TmrSample;
+
+    // File dialogs: open and save; each remembers its last name for the run.
+    FileDialogState cdldialog;
+    FileDialogState CommonDialog1;
+
+    // Window events.
+    void Form_Load();
+    void Form_GotFocus();
+    // Returns true when the close is cancelled.
+    bool Form_QueryUnload();
+    void Form_Unload();
+    void Form_Resize(int innerWidth, int innerHeight);  // twips
+    void cmdexit_Click();
+    void Command1_Click();
+    void frmAbout_Click();
+    void mnuGPIO_Click();
+    void mnu_ScriptShow_Click();
+    void VScroll1_Change();
+    void HScroll1_Change();
+    void SSTab1_Click();
+    void cmdClearLog_Click();
+
+    // Connection (public: other windows call them through the single instance).
+    void Connect_Usb();
+    void Disconnect_USB();
+    void cmdUSBConnect_Click();
+    void cmdUSBDisconnect_Click();
+    void ChKManUsbConn_Click();
+    void writePipe();
+    void readPipe();
+
+    // I2C address and single-byte panel.
+    void txtI2CAdr_KeyPress(int& KeyAscii);
+    void txtI2CAdr_LostFocus();
+    void txtUserRegAdr_KeyPress(int& KeyAscii);
+    void txtsbwr_KeyPress(int Index, int& KeyAscii);
+    void cmdWrite1Byte_Click(int Index);
+    void cmdRead_Click();
+
+    // Register table.
+    void cmdReadRegs_Click();
+    void cmdwriteAll_Click();
+    void txtBWrite_DblClick(int Index);
+    void txtBWrite_KeyPress(int Index, int& KeyAscii);
+    void txtRdByte_Click(int Index);
+    void Command7_Click();
+    void cbReset_Click();
+    void cbSend_Click();
+    void cmdAppsSet_Click();
+    void cmdWrite_Click();
+
+    // Register definitions files.
+    void WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn);
+    void Read_Param_File();
+    void mnuSetup_Open_Click();
+    void mnuSetup_Save_Click();
+
+    // Communications test.
+    void cmdTestComm_Click();
+
+private:
+    Workbench& wb_;
+};
+
+}  // namespace i2cbridge

@@ -1,0 +1,199 @@
+#include "usb/connection.h"
+
+#include <algorithm>
+
+#include "foundation/hex_text.h"
+
+namespace i2cbridge {
+
+namespace {
+std::string Crlf(std::string s) { return s.append(kCrLf); }
+}  // namespace
+
+UsbConnection::UsbConnection(BoardDriver& driver, UiPump& pump, ProgramLog& log,
+                             const ColorSet& colors)
+    : driver_(driver), pump_(pump), log_(log), colors_(colors) {}
+
+std::string UsbConnection::StatusText(int32_t status) {
+    std::string text = driver_.statusText(status);
+    const auto nul = text.find('\0');
+    if (nul != std::string::npos) text.resize(nul);
+    return text;
+}
+
+// The open waits for the board by yielding a fixed number of times: the library announces a
+// board that is already plugged in during those yields, and the attach handler selects its
+// interface. Whatever the device-information lookup says afterwards, the connection counts as
+// open; transfers then fail in their own lookup until a board attaches.
+void UsbConnection::open(ConnectionPanel* panel) {
+    if (UsbOpen) {
+        log_.LogMessage("Already Opened", kCrLf);
+        return;
+    }
+    DriverContext.InterfaceNumber = 0;
+    DriverContext.AlternateSetting = 0;
+    DriverEvents events;
+    events.attach = [this](UsbDeviceHandle h, const UsbDeviceInfo& d) {
+        return DeviceAttach(h, d, DriverContext);
+    };
+    events.detach = [this](UsbDeviceHandle h) { DeviceDetach(h, DriverContext); };
+    log_.LogErrorFlag = false;
+    log_.LogMessage(Crlf("Setting eventable up,  verifing that the device is attached..."),
+                    kCrLf);
+    pump_.yield();
+
+    int32_t status = driver_.init(DriverHandle, MatchTable, std::move(events));
+    LastStatus = status;
+    if (panel) panel->txthDriver.setText(DecText(DriverHandle));
+    if (status != 0) {
+        if (panel) panel->cbNoc.setCaption("USB Board won't intialize");
+        log_.LogError("Form_Activate(): Failed to initialize USB driver: error &H" +
+                      HexText(status) + Crlf("") + "(" + StatusText(status) + ")");
+        return;
+    }
+    log_.LogErrorFlag = false;
+
+    for (int i = 1; i <= kAttachWaitYields; ++i) pump_.yield();
+
+    TransferDeviceHandle = DriverContext.DeviceHandle;
+    status = driver_.getDeviceInfo(TransferDeviceHandle, DeviceInfo);
+    LastStatus = status;
+    if (status != 0) {
+        log_.LogError(Crlf("WriteGPIOPipe: WDU_GetDeviceInfo() failed:") + "error &H" +
+                      HexText(status) + " (" + StatusText(status) + ")" + Crlf(""));
+    } else {
+        log_.LogErrorFlag = false;
+    }
+
+    if (panel) {
+        panel->shpUSBCon[0].setColor(colors_.lightGreen());
+        panel->shpUSBCon[1].setColor(colors_.off());
+        pump_.yield();
+        UsbOpen = true;
+        InitI2CPipe();
+        pump_.yield();
+        panel->cbNoc.setVisible(false);
+        panel->ShpHandleStatus.setColor(colors_.lightGreen());
+    } else {
+        pump_.yield();
+        UsbOpen = true;
+        pump_.yield();
+    }
+}
+
+// The close ignores what the reset, the handle close and the library stop return.
+void UsbConnection::close(ConnectionPanel* panel) {
+    if (!UsbOpen || DriverHandle <= 0) return;
+    driver_.resetDevice(TransferDeviceHandle, 0);
+    pump_.yield();
+    CloseDriverHandle(DriverHandle);
+    pump_.yield();
+    driver_.uninit(DriverHandle);
+    pump_.yield();
+    UsbOpen = false;
+    pump_.yield();
+    if (panel) {
+        panel->shpUSBCon[1].setColor(colors_.lightGreen());
+        panel->shpUSBCon[0].setColor(colors_.off());
+    }
+    pump_.yield();
+}
+
+void UsbConnection::Connect_Usb(ConnectionPanel& panel) { open(&panel); }
+void UsbConnection::Disconnect_USB(ConnectionPanel& panel) { close(&panel); }
+void UsbConnection::SharedOpenUsb() { open(nullptr); }
+void UsbConnection::SharedCloseUsb() { close(nullptr); }
+
+void UsbConnection::cmdUSBConnect_Click(ConnectionPanel& panel) {
+    Connect_Usb(panel);
+    panel.cmdexit.setVisible(false);
+}
+
+void UsbConnection::cmdUSBDisconnect_Click(ConnectionPanel& panel) {
+    Disconnect_USB(panel);
+    panel.cbNoc.setCaption("USB Board Interface Closed");
+    panel.ShpHandleStatus.setColor(colors_.off());
+    panel.txthDriver.setText("Closed");
+    panel.cbSend.setVisible(false);
+    panel.cbReset.setVisible(false);
+    panel.cmdexit.setVisible(true);
+}
+
+void UsbConnection::ChKManUsbConn_Click(ConnectionPanel& panel) {
+    ManualUsbConnect = panel.ChKManUsbConn.checked();
+}
+
+bool UsbConnection::DeviceAttach(UsbDeviceHandle h, const UsbDeviceInfo& d,
+                                 DriverContextRecord& c) {
+    c.DeviceHandle = h;
+    const int32_t status = driver_.setInterface(h, static_cast<uint32_t>(c.InterfaceNumber),
+                                                static_cast<uint32_t>(c.AlternateSetting));
+    c.AttachStatus = status;
+    bool accepted = true;
+    if (status != 0) {
+        log_.LogError(Crlf("DeviceAttach: WDU_SetInterface failed") + "(num. " +
+                      DecText(c.InterfaceNumber) + " alternate " + DecText(c.AlternateSetting) +
+                      ")" + Crlf("") + "device &H" + HexText(h) + ": error &H" +
+                      HexText(status) + Crlf("") + "(" + StatusText(status) + ")");
+        c.DeviceHandle = 0;
+        accepted = false;
+    } else {
+        log_.LogNote(Crlf("DeviceAttach: Received and accepted attach for ") + "vendor ID &H" +
+                     HexText(d.vendorId()) + " product ID &H" + HexText(d.productId()) +
+                     Crlf("") + "device handle &H" + HexText(h));
+    }
+    log_.LogMessage("", kCrLf);
+    return accepted;
+}
+
+void UsbConnection::DeviceDetach(UsbDeviceHandle h, DriverContextRecord& c) {
+    if (CurrentForm != nullptr) {
+        if (Lamp* lamp = CurrentForm->attachLamp()) lamp->setColor(colors_.lightRed());
+    }
+    c.DeviceHandle = 0;
+    log_.LogNote("DeviceDetach: Received detach for device handle &H" + HexText(h));
+}
+
+// Every transfer looks the device up again, so a detach makes the next one fail at the lookup
+// and a re-attach makes it work again without a new open. A write yields just before its
+// transfer and takes the buffer only afterwards: a handler that ran in the yield may have
+// replaced it.
+void UsbConnection::pipeTransfer(bool read) {
+    const char* prefix = read ? "ReadPipe: " : "WritePipe: ";
+    if (!UsbOpen) {
+        log_.LogMessage(read ? "ReadPipe .. USB Not opened" : "Write GPIOPipe .. USB Not opened",
+                        kCrLf);
+        if (read) pump_.yield();
+        return;
+    }
+    TransferDeviceHandle = DriverContext.DeviceHandle;
+    int32_t status = driver_.getDeviceInfo(TransferDeviceHandle, DeviceInfo);
+    LastStatus = status;
+    if (status != 0) {
+        log_.LogError(Crlf(std::string(prefix) + "WDU_GetDeviceInfo() failed:") + "error &H" +
+                      HexText(status) + " (" + StatusText(status) + ")" + Crlf(""));
+        return;
+    }
+    log_.LogErrorFlag = false;
+    if (DeviceInfo.activeEndpointCount() <= 0) {
+        log_.LogMessage(Crlf("  No pipes are defined for this device ") +
+                            "other than the default pipe (number 0)",
+                        kCrLf);
+        return;
+    }
+    if (!read) pump_.yield();
+
+    if (TransferBuffer.size() < TransferLength) TransferBuffer.resize(TransferLength, 0);
+    uint8_t* buffer = TransferLength > 0 ? TransferBuffer.data() : nullptr;
+    status = driver_.transfer(TransferDeviceHandle, TransferPipe, read, 0, buffer, TransferLength,
+                              BytesTransferred, kTransferTimeoutMs);
+    LastStatus = status;
+    if (status != 0) {
+        log_.LogError(std::string(prefix) + "WDU_Transfer() failed: error &H" + HexText(status) +
+                      " (" + StatusText(status) + ")");
+    } else {
+        log_.LogErrorFlag = false;
+    }
+}
+
+}  // namespace i2cbridge

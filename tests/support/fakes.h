@@ -1,0 +1,98 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/ports.h"
+#include "registers/frm_i2c_general.h"
+#include "gpio/frm_gpio.h"
+#include "shell/workbench.h"
+#include "usb/board_driver.h"
+#include "usb/simulated_board.h"
+
+namespace i2cbridge::testing {
+
+// A pump with a fixed clock. Every yield delivers the driver's pending attach and detach
+// events, as the program's event loop does, and can run a scripted user action once.
+class FakePump : public UiPump {
+public:
+    explicit FakePump(BoardDriver* driver = nullptr) : driver_(driver) {}
+    void setDriver(BoardDriver* driver) { driver_ = driver; }
+
+    void yield() override;
+    void sleepMs(int milliseconds) override { sleptMs += milliseconds; }
+    DateTime now() override { return clock; }
+
+    // Runs action at the yield that comes after `afterYields` more yields.
+    void atYield(long afterYields, std::function<void()> action);
+
+    DateTime clock{2026, 11, 18, 17, 5, 9};
+    long yields = 0;
+    long sleptMs = 0;
+
+private:
+    struct Scheduled {
+        long at;
+        std::function<void()> action;
+    };
+    BoardDriver* driver_;
+    std::vector<Scheduled> scheduled_;
+};
+
+// Dialogs answered from a script. An unanswered message box is answered OK; an unanswered file
+// dialog is cancelled.
+class FakeDialogs : public Dialogs {
+public:
+    struct Shown {
+        std::string text;
+        std::string title;
+        Buttons buttons;
+    };
+    Answer messageBox(const std::string& text, const std::string& title,
+                      Buttons buttons) override;
+    bool openFile(FileDialogState& state) override;
+    bool saveFile(FileDialogState& state) override;
+
+    std::vector<Shown> messages;
+    std::deque<Answer> answers;
+    // Full paths to choose, in order; an empty string cancels.
+    std::deque<std::string> openChoices;
+    std::deque<std::string> saveChoices;
+    // What each file dialog was asked to show (a copy of the state at showing time).
+    std::vector<FileDialogState> openShown;
+    std::vector<FileDialogState> saveShown;
+};
+
+// A workbench on the simulated board, with fakes for the rest.
+struct Rig {
+    Rig();
+    SimulatedBoard board;
+    FakePump pump{&board};
+    FakeDialogs dialogs;
+    std::unique_ptr<Workbench> wb = std::make_unique<Workbench>(board, pump, dialogs);
+
+    FrmI2CGeneral& main() { return wb->mainWindow(); }
+    FrmGPIO& gpio() { return wb->gpioScreen(); }
+    const std::string& log() { return main().Txtlog.text(); }
+    // The log written from now on: remembers where the text ends.
+    void markLog() { mark_ = log().size(); }
+    std::string logSinceMark() { return log().substr(std::min(mark_, log().size())); }
+    // Frames sent on the wire since the last clear.
+    const std::vector<WireFrame>& sent() { return board.model().sent(); }
+
+private:
+    std::size_t mark_ = 0;
+};
+
+// The time stamp the fake clock writes: " :11-18-2026 17:05:09".
+inline constexpr const char* kStamp = " :11-18-2026 17:05:09";
+
+// One log entry as AppendLogLine writes it with a CR LF suffix.
+inline std::string Entry(const std::string& text) {
+    return text + kStamp + "\r\n\r\n";
+}
+
+}  // namespace i2cbridge::testing
