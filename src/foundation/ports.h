@@ -19,7 +19,7 @@ struct DateTime {
 };
 
 class UiPump {
-public:
+  public:
     virtual ~UiPump() = default;
     // Processes pending events (clicks, board attach and detach) and returns. Handlers of
     // those events run inside this call, on the same thread.
@@ -33,9 +33,9 @@ public:
 // What a file dialog is asked to show, and what it remembers between showings: each dialog
 // keeps its last file name and file title for as long as the program runs.
 struct FileDialogState {
-    std::string title;      // empty: the platform's default title
-    std::string filter;     // "Text|pattern|Text|pattern"
-    int filterIndex = 1;    // 1-based entry preselected
+    std::string title;    // empty: the platform's default title
+    std::string filter;   // "Text|pattern|Text|pattern"
+    int filterIndex = 1;  // 1-based entry preselected
     std::string defaultExt;
     int flags = 0;
     std::string fileName;   // in: proposed name; out: full path chosen
@@ -46,7 +46,7 @@ struct FileDialogState {
 };
 
 class Dialogs {
-public:
+  public:
     enum class Buttons { Ok, OkCancel };
     enum class Answer { Ok, Cancel };
     virtual ~Dialogs() = default;

@@ -15,7 +15,9 @@ namespace i2cbridge {
 
 namespace {
 
-QString Q(const std::string& s) { return QString::fromStdString(s); }
+QString Q(const std::string& s) {
+    return QString::fromStdString(s);
+}
 
 // Attaches a repaint to the model and detaches it again when the widget goes away first.
 template <class M>
@@ -33,17 +35,17 @@ void ApplyCommon(const Control& model, QWidget* widget) {
 }
 
 class EventHook : public QObject {
-public:
+  public:
     EventHook(QObject* parent, QEvent::Type type, std::function<void()> action)
         : QObject(parent), type_(type), action_(std::move(action)) {}
 
-protected:
+  protected:
     bool eventFilter(QObject*, QEvent* event) override {
         if (event->type() == type_) action_();
         return false;
     }
 
-private:
+  private:
     QEvent::Type type_;
     std::function<void()> action_;
 };
@@ -61,7 +63,9 @@ void LampWidget::setColor(const QColor& c) {
     update();
 }
 
-QSize LampWidget::sizeHint() const { return {diameter_ + 2, diameter_ + 2}; }
+QSize LampWidget::sizeHint() const {
+    return {diameter_ + 2, diameter_ + 2};
+}
 
 void LampWidget::paintEvent(QPaintEvent*) {
     QPainter p(this);

@@ -25,21 +25,25 @@ void QtPump::sleepMs(int milliseconds) {
 
 DateTime QtPump::now() {
     const QDateTime t = QDateTime::currentDateTime();
-    return {t.date().year(),  t.date().month(),  t.date().day(),
+    return {t.date().year(), t.date().month(),  t.date().day(),
             t.time().hour(), t.time().minute(), t.time().second()};
 }
 
 Dialogs::Answer QtDialogs::messageBox(const std::string& text, const std::string& title,
                                       Buttons buttons) {
-    const auto choice = buttons == Buttons::Ok ? QMessageBox::Ok
-                                               : (QMessageBox::Ok | QMessageBox::Cancel);
+    const auto choice =
+        buttons == Buttons::Ok ? QMessageBox::Ok : (QMessageBox::Ok | QMessageBox::Cancel);
     const auto result = QMessageBox::information(parent, QString::fromStdString(title),
                                                  QString::fromStdString(text), choice);
     return result == QMessageBox::Ok ? Answer::Ok : Answer::Cancel;
 }
 
-bool QtDialogs::openFile(FileDialogState& state) { return show(state, false); }
-bool QtDialogs::saveFile(FileDialogState& state) { return show(state, true); }
+bool QtDialogs::openFile(FileDialogState& state) {
+    return show(state, false);
+}
+bool QtDialogs::saveFile(FileDialogState& state) {
+    return show(state, true);
+}
 
 // Filters come as "Text|pattern|Text|pattern". Qt reads the patterns from the parentheses at
 // the end of each entry's text, so a text that does not end in its pattern gets it appended;

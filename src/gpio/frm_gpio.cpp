@@ -6,9 +6,9 @@
 namespace i2cbridge {
 
 namespace {
-constexpr const char* kUserNames[12] = {"BSTATUS",    "BI2CMSTR",   "HVSYNC_POL", "HHSYNC_POL",
-                                        "ASTATUS",    "AI2CMSTR",   "AVSYNC_POL", "AHSYNC_POL",
-                                        "DE_FLIP",    "VSYNC_FLIP", "HSYNC_FLIP", "USB_SPLIT"};
+constexpr const char* kUserNames[12] = {"BSTATUS", "BI2CMSTR",   "HVSYNC_POL", "HHSYNC_POL",
+                                        "ASTATUS", "AI2CMSTR",   "AVSYNC_POL", "AHSYNC_POL",
+                                        "DE_FLIP", "VSYNC_FLIP", "HSYNC_FLIP", "USB_SPLIT"};
 constexpr const char* kPortBCaptions[8] = {"PB0 P1.02", "PB1 P1.03", "PB2 P1.04", "PB3 P1.05",
                                            "PB4 P1.06", "PB5 P1.07", "PB6 P1.08", "PB7 P1.09"};
 constexpr const char* kPortCCaptions[4] = {"PC4 P2.05", "PC5 P2.04", "PC6 P2.03", "PC7 P2.02"};
@@ -142,7 +142,11 @@ void FrmGPIO::writeAndReadBack(bool withEnables) {
     wb_.pump.yield();
 }
 
-void FrmGPIO::cmdGPIO_Write_Click() { writeAndReadBack(true); }
-void FrmGPIO::cmdWrite_GPIO_Data_Click() { writeAndReadBack(false); }
+void FrmGPIO::cmdGPIO_Write_Click() {
+    writeAndReadBack(true);
+}
+void FrmGPIO::cmdWrite_GPIO_Data_Click() {
+    writeAndReadBack(false);
+}
 
 }  // namespace i2cbridge

@@ -154,14 +154,30 @@ void FrmI2CGeneral::SSTab1_Click() {
     wb_.pump.yield();
 }
 
-void FrmI2CGeneral::cmdClearLog_Click() { Txtlog.clear(); }
+void FrmI2CGeneral::cmdClearLog_Click() {
+    Txtlog.clear();
+}
 
-void FrmI2CGeneral::Connect_Usb() { wb_.usb.Connect_Usb(*this); }
-void FrmI2CGeneral::Disconnect_USB() { wb_.usb.Disconnect_USB(*this); }
-void FrmI2CGeneral::cmdUSBConnect_Click() { wb_.usb.cmdUSBConnect_Click(*this); }
-void FrmI2CGeneral::cmdUSBDisconnect_Click() { wb_.usb.cmdUSBDisconnect_Click(*this); }
-void FrmI2CGeneral::ChKManUsbConn_Click() { wb_.usb.ChKManUsbConn_Click(*this); }
-void FrmI2CGeneral::writePipe() { wb_.usb.writePipe(); }
-void FrmI2CGeneral::readPipe() { wb_.usb.readPipe(); }
+void FrmI2CGeneral::Connect_Usb() {
+    wb_.usb.Connect_Usb(*this);
+}
+void FrmI2CGeneral::Disconnect_USB() {
+    wb_.usb.Disconnect_USB(*this);
+}
+void FrmI2CGeneral::cmdUSBConnect_Click() {
+    wb_.usb.cmdUSBConnect_Click(*this);
+}
+void FrmI2CGeneral::cmdUSBDisconnect_Click() {
+    wb_.usb.cmdUSBDisconnect_Click(*this);
+}
+void FrmI2CGeneral::ChKManUsbConn_Click() {
+    wb_.usb.ChKManUsbConn_Click(*this);
+}
+void FrmI2CGeneral::writePipe() {
+    wb_.usb.writePipe();
+}
+void FrmI2CGeneral::readPipe() {
+    wb_.usb.readPipe();
+}
 
 }  // namespace i2cbridge

@@ -29,7 +29,7 @@ inline constexpr int kRegisterRows = 32;
 inline constexpr int kKeyEnter = 13;
 
 class FrmI2CGeneral : public Form, public LogPanel, public ConnectionPanel {
-public:
+  public:
     explicit FrmI2CGeneral(Workbench& wb);
 
     Lamp* attachLamp() override { return &ShpAttach; }
@@ -50,11 +50,13 @@ public:
 
     // Single-byte panel "Single Byte Transfer User Panel".
     TextBox txtUserRegAdr{
-        "00", "Sets Device Register Accessed for Writes and Reads in Single Byte Transfer User Panel"};
+        "00",
+        "Sets Device Register Accessed for Writes and Reads in Single Byte Transfer User Panel"};
     std::array<TextBox, 2> txtsbwr{TextBox{"AA"}, TextBox{"55"}};
     std::array<Button, 2> cmdWrite1Byte{
         Button{"WRITE", "Writes Data entered below to Address in Device Register Address Text Box"},
-        Button{"WRITE", "Writes Data entered below to Address in Device Register Address Text Box"}};
+        Button{"WRITE",
+               "Writes Data entered below to Address in Device Register Address Text Box"}};
     Button cmdRead{"READ", "Reads Address in Device Register Address Text Box"};
     TextBox txtReadByte{"--"};
     std::array<Lamp, 3> Shape2;  // 0 and 1: the write buttons; 2: READ
@@ -70,7 +72,8 @@ public:
     std::array<TextBox, kRegisterRows> txtRdByte;
     std::array<Lamp, kRegisterRows> shpBwrite;
     std::array<Lamp, kRegisterRows> Shape1;
-    Button cmdReadRegs{"Read All Active   Registers", "Performs Single Byte Reads on all Registers"};
+    Button cmdReadRegs{"Read All Active   Registers",
+                       "Performs Single Byte Reads on all Registers"};
     Button cmdwriteAll{"Write All Active  Registers",
                        "Performs Single Byte Writes  on all Registers"};
     Button Command7{"Set Write Data = Read Data ",
@@ -153,7 +156,7 @@ public:
     // Communications test.
     void cmdTestComm_Click();
 
-private:
+  private:
     Workbench& wb_;
 };
 

@@ -52,7 +52,7 @@ std::vector<uint8_t> I2CExchange(UsbConnection& usb, std::span<const uint8_t> re
 // Returns the two reply bytes [count, data].
 std::vector<uint8_t> SingleRegisterRead(UsbConnection& usb, I2CState& i2c, uint8_t readAddress,
                                         uint8_t reg);
-std::vector<uint8_t> SingleRegisterWrite(UsbConnection& usb, I2CState& i2c,
-                                         uint8_t writeAddress, uint8_t reg, uint8_t data);
+std::vector<uint8_t> SingleRegisterWrite(UsbConnection& usb, I2CState& i2c, uint8_t writeAddress,
+                                         uint8_t reg, uint8_t data);
 
 }  // namespace i2cbridge

@@ -35,10 +35,16 @@ void BoardModel::removeDevice(uint8_t writeAddress) {
 bool BoardModel::receive(uint8_t endpoint, std::span<const uint8_t> frame) {
     if (recording_) sent_.push_back({endpoint, {frame.begin(), frame.end()}});
     switch (endpoint) {
-        case 0x02: i2cRequest(frame); return true;
-        case 0x01: gpioFrame(frame); return true;
-        case 0x04: return true;  // the raw two-byte frame gets no answer
-        default: return false;
+        case 0x02:
+            i2cRequest(frame);
+            return true;
+        case 0x01:
+            gpioFrame(frame);
+            return true;
+        case 0x04:
+            return true;  // the raw two-byte frame gets no answer
+        default:
+            return false;
     }
 }
 
@@ -50,7 +56,9 @@ std::optional<std::vector<uint8_t>> BoardModel::takeReply(uint8_t endpoint) {
     return reply;
 }
 
-bool BoardModel::hasReply(uint8_t endpoint) const { return replies_.count(endpoint) != 0; }
+bool BoardModel::hasReply(uint8_t endpoint) const {
+    return replies_.count(endpoint) != 0;
+}
 
 // A request is one I2C transaction. The address byte's bit 0 tells a read from a write. A read
 // first writes its register bytes (if any) to set the device's pointer, then reads count bytes
@@ -90,8 +98,8 @@ void BoardModel::i2cRequest(std::span<const uint8_t> frame) {
     }
 
     std::size_t accepted = payload.size();
-    if (dev->nakAfterBytes) accepted = std::min(accepted, static_cast<std::size_t>(
-                                                              std::max(0, *dev->nakAfterBytes)));
+    if (dev->nakAfterBytes)
+        accepted = std::min(accepted, static_cast<std::size_t>(std::max(0, *dev->nakAfterBytes)));
     const auto taken = payload.first(accepted);
     const std::size_t pointerBytes =
         std::min(taken.size(), static_cast<std::size_t>(dev->registerAddressBytes));

@@ -23,7 +23,7 @@ namespace i2cbridge {
 
 // An I2C slave on the board's bus: a register file with an auto-incrementing pointer.
 struct I2CDevice {
-    uint8_t writeAddress = 0x60;  // 8-bit form, read/write bit 0
+    uint8_t writeAddress = 0x60;   // 8-bit form, read/write bit 0
     int registerAddressBytes = 1;  // 1, or 2 for parts with 16-bit register addresses
     std::vector<uint8_t> registers = std::vector<uint8_t>(256, 0);
     uint32_t pointer = 0;
@@ -44,7 +44,7 @@ struct WireFrame {
 };
 
 class BoardModel {
-public:
+  public:
     static constexpr uint8_t kIdentifierRegister = 2;
     static constexpr uint8_t kIdentifier = 0x5A;  // what register 2 of the default device holds
     static constexpr std::size_t kGpioAnswerLength = 25;
@@ -69,7 +69,7 @@ public:
     void clearSent() { sent_.clear(); }
     void setRecording(bool on) { recording_ = on; }
 
-private:
+  private:
     void i2cRequest(std::span<const uint8_t> frame);
     void gpioFrame(std::span<const uint8_t> frame);
     std::array<uint8_t, 4> gpioState() const;

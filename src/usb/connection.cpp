@@ -7,7 +7,9 @@
 namespace i2cbridge {
 
 namespace {
-std::string Crlf(std::string s) { return s.append(kCrLf); }
+std::string Crlf(std::string s) {
+    return s.append(kCrLf);
+}
 }  // namespace
 
 UsbConnection::UsbConnection(BoardDriver& driver, UiPump& pump, ProgramLog& log,
@@ -38,8 +40,7 @@ void UsbConnection::open(ConnectionPanel* panel) {
     };
     events.detach = [this](UsbDeviceHandle h) { DeviceDetach(h, DriverContext); };
     log_.LogErrorFlag = false;
-    log_.LogMessage(Crlf("Setting eventable up,  verifing that the device is attached..."),
-                    kCrLf);
+    log_.LogMessage(Crlf("Setting eventable up,  verifing that the device is attached..."), kCrLf);
     pump_.yield();
 
     int32_t status = driver_.init(DriverHandle, MatchTable, std::move(events));
@@ -99,10 +100,18 @@ void UsbConnection::close(ConnectionPanel* panel) {
     pump_.yield();
 }
 
-void UsbConnection::Connect_Usb(ConnectionPanel& panel) { open(&panel); }
-void UsbConnection::Disconnect_USB(ConnectionPanel& panel) { close(&panel); }
-void UsbConnection::SharedOpenUsb() { open(nullptr); }
-void UsbConnection::SharedCloseUsb() { close(nullptr); }
+void UsbConnection::Connect_Usb(ConnectionPanel& panel) {
+    open(&panel);
+}
+void UsbConnection::Disconnect_USB(ConnectionPanel& panel) {
+    close(&panel);
+}
+void UsbConnection::SharedOpenUsb() {
+    open(nullptr);
+}
+void UsbConnection::SharedCloseUsb() {
+    close(nullptr);
+}
 
 void UsbConnection::cmdUSBConnect_Click(ConnectionPanel& panel) {
     Connect_Usb(panel);
@@ -133,14 +142,14 @@ bool UsbConnection::DeviceAttach(UsbDeviceHandle h, const UsbDeviceInfo& d,
     if (status != 0) {
         log_.LogError(Crlf("DeviceAttach: WDU_SetInterface failed") + "(num. " +
                       DecText(c.InterfaceNumber) + " alternate " + DecText(c.AlternateSetting) +
-                      ")" + Crlf("") + "device &H" + HexText(h) + ": error &H" +
-                      HexText(status) + Crlf("") + "(" + StatusText(status) + ")");
+                      ")" + Crlf("") + "device &H" + HexText(h) + ": error &H" + HexText(status) +
+                      Crlf("") + "(" + StatusText(status) + ")");
         c.DeviceHandle = 0;
         accepted = false;
     } else {
         log_.LogNote(Crlf("DeviceAttach: Received and accepted attach for ") + "vendor ID &H" +
-                     HexText(d.vendorId()) + " product ID &H" + HexText(d.productId()) +
-                     Crlf("") + "device handle &H" + HexText(h));
+                     HexText(d.vendorId()) + " product ID &H" + HexText(d.productId()) + Crlf("") +
+                     "device handle &H" + HexText(h));
     }
     log_.LogMessage("", kCrLf);
     return accepted;

@@ -5,7 +5,7 @@ namespace i2cbridge {
 
 namespace {
 class UnavailableDriver : public BoardDriver {
-public:
+  public:
     int32_t init(UsbDriverHandle& h, const MatchEntry&, DriverEvents) override {
         h = 0;
         return usb_status::kNotSupported;
@@ -16,8 +16,8 @@ public:
     int32_t getDeviceInfo(UsbDeviceHandle, UsbDeviceInfo&) override {
         return usb_status::kNotSupported;
     }
-    int32_t transfer(UsbDeviceHandle, uint32_t, bool, uint32_t, uint8_t*, uint32_t,
-                     uint32_t& n, uint32_t) override {
+    int32_t transfer(UsbDeviceHandle, uint32_t, bool, uint32_t, uint8_t*, uint32_t, uint32_t& n,
+                     uint32_t) override {
         n = 0;
         return usb_status::kNotSupported;
     }
@@ -28,6 +28,8 @@ public:
 };
 }  // namespace
 
-std::unique_ptr<BoardDriver> MakeLibusbDriver() { return std::make_unique<UnavailableDriver>(); }
+std::unique_ptr<BoardDriver> MakeLibusbDriver() {
+    return std::make_unique<UnavailableDriver>();
+}
 
 }  // namespace i2cbridge

@@ -84,12 +84,24 @@ int32_t SimulatedBoard::setInterface(UsbDeviceHandle device, uint32_t interfaceN
 int32_t SimulatedBoard::getDeviceInfo(UsbDeviceHandle device, UsbDeviceInfo& info) {
     if (device == 0 || device != device_) return usb_status::kNoDevice;
     info = UsbDeviceInfo{};
-    const uint8_t descriptor[18] = {18,   1,    0x00, 0x02, 0xFF, 0xFF, 0xFF, 64,
+    const uint8_t descriptor[18] = {18,
+                                    1,
+                                    0x00,
+                                    0x02,
+                                    0xFF,
+                                    0xFF,
+                                    0xFF,
+                                    64,
                                     static_cast<uint8_t>(vendorId_ & 0xFF),
                                     static_cast<uint8_t>(vendorId_ >> 8),
                                     static_cast<uint8_t>(productId_ & 0xFF),
                                     static_cast<uint8_t>(productId_ >> 8),
-                                    0x00, 0x01, 1,    2,    0,    1};
+                                    0x00,
+                                    0x01,
+                                    1,
+                                    2,
+                                    0,
+                                    1};
     std::copy(std::begin(descriptor), std::end(descriptor), info.deviceDescriptor.begin());
     AlternateSettingInfo alt;
     if (!noEndpoints_) {
@@ -114,9 +126,8 @@ int32_t SimulatedBoard::transfer(UsbDeviceHandle device, uint32_t pipe, bool rea
     const auto endpoint = static_cast<uint8_t>(pipe);
 
     std::optional<TransferFault> fault;
-    auto it = std::find_if(faults_.begin(), faults_.end(), [&](const TransferFault& f) {
-        return !f.pipe || *f.pipe == pipe;
-    });
+    auto it = std::find_if(faults_.begin(), faults_.end(),
+                           [&](const TransferFault& f) { return !f.pipe || *f.pipe == pipe; });
     if (it != faults_.end()) {
         fault = *it;
         faults_.erase(it);
@@ -157,6 +168,8 @@ void SimulatedBoard::uninit(UsbDriverHandle) {
     events_ = {};
 }
 
-std::string SimulatedBoard::statusText(int32_t status) { return usb_status::Name(status); }
+std::string SimulatedBoard::statusText(int32_t status) {
+    return usb_status::Name(status);
+}
 
 }  // namespace i2cbridge

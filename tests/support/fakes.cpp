@@ -42,8 +42,12 @@ bool Choose(std::deque<std::string>& choices, std::vector<FileDialogState>& show
 }
 }  // namespace
 
-bool FakeDialogs::openFile(FileDialogState& state) { return Choose(openChoices, openShown, state); }
-bool FakeDialogs::saveFile(FileDialogState& state) { return Choose(saveChoices, saveShown, state); }
+bool FakeDialogs::openFile(FileDialogState& state) {
+    return Choose(openChoices, openShown, state);
+}
+bool FakeDialogs::saveFile(FileDialogState& state) {
+    return Choose(saveChoices, saveShown, state);
+}
 
 Rig::Rig() = default;
 
