@@ -1,6 +1,7 @@
 #include "foundation/hex_text.h"
 
 #include <cctype>
+#include <cstdio>
 
 namespace i2cbridge {
 
@@ -51,18 +52,22 @@ int16_t SplitFields(std::string& text, std::span<std::string> fields, char delim
 std::string HexText(int64_t value) {
     uint64_t v = value < 0 ? static_cast<uint32_t>(static_cast<int32_t>(value))
                            : static_cast<uint64_t>(value);
-    if (v == 0) return "0";
     static constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string out;
-    while (v != 0) {
-        out.insert(out.begin(), kDigits[v & 0xF]);
+    char buffer[16];
+    char* end = buffer + sizeof buffer;
+    char* p = end;
+    do {
+        *--p = kDigits[v & 0xF];
         v >>= 4;
-    }
-    return out;
+    } while (v != 0 && p != buffer);
+    return std::string(p, end);
 }
 
 std::string DecText(int64_t value) {
-    return value < 0 ? std::to_string(value) : " " + std::to_string(value);
+    char buffer[24];
+    const int n = std::snprintf(buffer, sizeof buffer, value < 0 ? "%lld" : " %lld",
+                                static_cast<long long>(value));
+    return std::string(buffer, static_cast<std::size_t>(n));
 }
 
 std::string UpperCase(std::string_view text) {

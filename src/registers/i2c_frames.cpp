@@ -1,22 +1,28 @@
 #include "registers/i2c_frames.h"
 
+#include <algorithm>
+
 #include "usb/connection.h"
 
 namespace i2cbridge {
 
 std::vector<uint8_t> RegisterReadRequest(uint8_t count, uint8_t readAddress,
                                          std::span<const uint8_t> registerBytes) {
-    std::vector<uint8_t> frame{count, readAddress};
-    frame.insert(frame.end(), registerBytes.begin(), registerBytes.end());
+    std::vector<uint8_t> frame(2 + registerBytes.size());
+    frame[0] = count;
+    frame[1] = readAddress;
+    std::copy(registerBytes.begin(), registerBytes.end(), frame.begin() + 2);
     return frame;
 }
 
 std::vector<uint8_t> RegisterWriteRequest(uint8_t count, uint8_t writeAddress,
                                           std::span<const uint8_t> registerBytes,
                                           std::span<const uint8_t> dataBytes) {
-    std::vector<uint8_t> frame{count, writeAddress};
-    frame.insert(frame.end(), registerBytes.begin(), registerBytes.end());
-    frame.insert(frame.end(), dataBytes.begin(), dataBytes.end());
+    std::vector<uint8_t> frame(2 + registerBytes.size() + dataBytes.size());
+    frame[0] = count;
+    frame[1] = writeAddress;
+    auto next = std::copy(registerBytes.begin(), registerBytes.end(), frame.begin() + 2);
+    std::copy(dataBytes.begin(), dataBytes.end(), next);
     return frame;
 }
 
