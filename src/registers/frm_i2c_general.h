@@ -147,8 +147,9 @@ class FrmI2CGeneral : public Form, public LogPanel, public ConnectionPanel {
     void cmdAppsSet_Click();
     void cmdWrite_Click();
 
-    // Register definitions files.
-    void WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn);
+    // Register definitions files. WriteParameters returns true when the file was written; a
+    // failure has already been logged.
+    bool WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn);
     void Read_Param_File();
     void mnuSetup_Open_Click();
     void mnuSetup_Save_Click();

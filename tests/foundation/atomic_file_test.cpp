@@ -1,0 +1,159 @@
+#include "foundation/atomic_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "support/temp_dir.h"
+
+namespace i2cbridge {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ReadBytes;
+using testing::TempDir;
+using testing::WriteBytes;
+
+mode_t ModeOf(const std::string& path) {
+    struct stat st {};
+    EXPECT_EQ(::stat(path.c_str(), &st), 0);
+    return st.st_mode & 07777;
+}
+
+TEST(WriteFileAtomically, CreatesANewFileHoldingExactlyTheText) {
+    TempDir dir;
+    const std::string path = dir.file("new.qrl");
+    const std::string text = std::string("line 1\r\nline 2\r\n\0binary\xff", 24);
+    EXPECT_EQ(WriteFileAtomically(path, text), std::nullopt);
+    EXPECT_EQ(ReadBytes(path), text);
+    EXPECT_EQ(dir.entries(), 1) << "a temporary file was left behind";
+}
+
+TEST(WriteFileAtomically, ReplacesALongerFileWithNothingOfItLeft) {
+    TempDir dir;
+    const std::string path = dir.file("setup.qrl");
+    WriteBytes(path, std::string(4096, 'x'));
+    EXPECT_EQ(WriteFileAtomically(path, "short"), std::nullopt);
+    EXPECT_EQ(ReadBytes(path), "short");
+    EXPECT_EQ(WriteFileAtomically(path, ""), std::nullopt);
+    EXPECT_TRUE(fs::exists(path));
+    EXPECT_EQ(ReadBytes(path), "");
+    EXPECT_EQ(dir.entries(), 1);
+}
+
+TEST(WriteFileAtomically, AMissingFolderIsReportedAndNothingIsCreated) {
+    TempDir dir;
+    const auto failure = WriteFileAtomically(dir.file("no-such-folder/setup.qrl"), "text");
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(*failure, "the folder " + dir.file("no-such-folder") + " does not exist");
+    EXPECT_EQ(dir.entries(), 0);
+}
+
+TEST(WriteFileAtomically, AFileInThePlaceOfAFolderIsReported) {
+    TempDir dir;
+    WriteBytes(dir.file("plain"), "keep");
+    const auto failure = WriteFileAtomically(dir.file("plain/setup.qrl"), "text");
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(*failure, "part of the folder path is not a folder");
+    EXPECT_EQ(ReadBytes(dir.file("plain")), "keep");
+}
+
+TEST(WriteFileAtomically, AReadOnlyFileIsLeftAsItWasEvenWhereTheFolderIsWritable) {
+    TempDir dir;
+    const std::string path = dir.file("locked.qrl");
+    WriteBytes(path, "old content");
+    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+    const auto failure = WriteFileAtomically(path, "new content");
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(*failure, "the file is read-only");
+    EXPECT_EQ(ReadBytes(path), "old content");
+    EXPECT_EQ(ModeOf(path), 0444u);
+    EXPECT_EQ(dir.entries(), 1);
+}
+
+TEST(WriteFileAtomically, AFolderOfThatNameIsNotReplaced) {
+    TempDir dir;
+    fs::create_directory(dir.file("setup.qrl"));
+    WriteBytes(dir.file("setup.qrl/inside"), "kept");
+    const auto failure = WriteFileAtomically(dir.file("setup.qrl"), "text");
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(*failure, "the name is that of a folder");
+    EXPECT_EQ(ReadBytes(dir.file("setup.qrl/inside")), "kept");
+    EXPECT_EQ(dir.entries(), 1);
+}
+
+TEST(WriteFileAtomically, AnEmptyNameIsRefused) {
+    EXPECT_EQ(WriteFileAtomically("", "text"),
+              std::optional<std::string>("no file name was given"));
+}
+
+// A write that fails part way (here: a file size limit, as a full disk would) leaves the
+// earlier file whole and removes the half-written one.
+TEST(WriteFileAtomically, AFailedWriteLeavesTheEarlierFileWhole) {
+    TempDir dir;
+    const std::string path = dir.file("setup.qrl");
+    const std::string old = "I2C ADDRESS , 60\r\n";
+    WriteBytes(path, old);
+
+    struct rlimit saved {};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+    auto* previous = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit small = saved;
+    small.rlim_cur = 64;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const auto failure = WriteFileAtomically(path, std::string(1000, 'y'));
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, previous);
+
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(failure->rfind("writing failed: ", 0), 0u) << *failure;
+    EXPECT_EQ(ReadBytes(path), old);
+    EXPECT_EQ(dir.entries(), 1) << "the half-written file was left behind";
+}
+
+TEST(WriteFileAtomically, AReplacedFileKeepsItsPermissions) {
+    TempDir dir;
+    const std::string path = dir.file("shared.qrl");
+    WriteBytes(path, "old");
+    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+    EXPECT_EQ(WriteFileAtomically(path, "new"), std::nullopt);
+    EXPECT_EQ(ModeOf(path), 0640u);
+}
+
+TEST(WriteFileAtomically, ANewFileGetsTheUsualPermissionsThroughTheUmask) {
+    TempDir dir;
+    const mode_t before = ::umask(022);
+    const auto failure = WriteFileAtomically(dir.file("new.qrl"), "text");
+    ::umask(before);
+    EXPECT_EQ(failure, std::nullopt);
+    EXPECT_EQ(ModeOf(dir.file("new.qrl")), 0644u);
+}
+
+TEST(WriteFileAtomically, SavingThroughALinkReplacesTheFileItNames) {
+    TempDir dir;
+    fs::create_directory(dir.file("real"));
+    const std::string real = dir.file("real/setup.qrl");
+    WriteBytes(real, "old");
+    fs::create_symlink(real, dir.file("link.qrl"));
+    EXPECT_EQ(WriteFileAtomically(dir.file("link.qrl"), "new"), std::nullopt);
+    EXPECT_TRUE(fs::is_symlink(dir.file("link.qrl")));
+    EXPECT_EQ(ReadBytes(real), "new");
+    EXPECT_EQ(dir.entries(), 2);
+}
+
+TEST(WriteFileAtomically, ARelativeNameIsWrittenInTheCurrentFolder) {
+    TempDir dir;
+    const fs::path before = fs::current_path();
+    fs::current_path(dir.path());
+    const auto failure = WriteFileAtomically("bare", "text");
+    fs::current_path(before);
+    EXPECT_EQ(failure, std::nullopt);
+    EXPECT_EQ(ReadBytes(dir.file("bare")), "text");
+    EXPECT_EQ(dir.entries(), 1);
+}
+
+}  // namespace
+}  // namespace i2cbridge
