@@ -62,8 +62,6 @@ void FrmI2CGeneral::cmdTestComm_Click() {
     txtTstReg[0].setText(HexText(status));
     txtTstReg[1].setText(HexText(ReplyByte(answer, 1)));
 
-    // The GPIO screen is fetched afresh at every step: a yield may have closed it, and the
-    // next reference loads it again, unseen.
     const bool good = status == kReadOk;
     if (good) {
         lblCommTest.setCaption("Good");
@@ -73,6 +71,8 @@ void FrmI2CGeneral::cmdTestComm_Click() {
         ShowFail(lblCommTest);
     }
     wb_.pump.yield();
+    // The GPIO screen is fetched afresh at every step: a yield may have closed it, and the
+    // next reference loads it again, unseen.
     {
         FrmGPIO& gpio = wb_.gpioScreen();
         gpio.setChecked(gpio.ChKLedData[kGreenLed], good, &FrmGPIO::ChKLedData_Click, kGreenLed);

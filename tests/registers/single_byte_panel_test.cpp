@@ -250,13 +250,6 @@ TEST_F(SingleBytePanel, RegisterAddressIsTidiedButNeverRangeChecked) {
     EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x61, 0xFF})}));
 }
 
-TEST_F(SingleBytePanel, EmptyReadBoxShowsTheReadValue) {
-    win->txtReadByte.setText("");
-    win->txtUserRegAdr.setText("02");
-    read();
-    EXPECT_EQ(win->txtReadByte.text(), "5A");
-}
-
 // The I2C address box.
 class I2CAddressBox : public PanelTest {
   protected:
