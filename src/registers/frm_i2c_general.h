@@ -13,6 +13,7 @@
 //   comm_test.cpp          the communications test
 
 #include <array>
+#include <cstdint>
 #include <string>
 
 #include "foundation/controls.h"
@@ -157,7 +158,28 @@ class FrmI2CGeneral : public Form, public LogPanel, public ConnectionPanel {
     // Communications test.
     void cmdTestComm_Click();
 
-  private:
+private:
+    // The connection bracket around every register operation: unless the user holds the
+    // connection by hand, USB Connect before the transfers and USB Disconnect after them,
+    // each followed by a yield.
+    void openBracket();
+    void closeBracket();
+    // Upper-cases a write box and turns a zero value into "00". A value outside 00..FF becomes
+    // "--" with the log line "Invalid Write Value"; the result says whether to go on.
+    bool acceptWriteValue(TextBox& box);
+    // Shows a reply's count byte in lblReadCount and paints the operation's lamp: the two
+    // greens in turn on the expected count, light red otherwise. Returns whether it matched.
+    bool judgeReply(uint8_t count, int expected, Lamp& lamp);
+    // The single-byte panel's outcome: judgeReply, then Shape3 and lblNak, and "--" in
+    // txtReadByte on failure.
+    bool judgeSingleByte(uint8_t count, int expected, Lamp& lamp);
+    // One row of the table written; the address byte comes from the address box as it stands
+    // or from the stored write address.
+    enum class WriteAddressFrom { Box, Stored };
+    void writeRow(int row, WriteAddressFrom from);
+    // The write lamp and box of a row after a write, both made visible.
+    void showRowWrite(int row, uint8_t count);
+
     Workbench& wb_;
 };
 
