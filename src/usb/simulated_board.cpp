@@ -118,7 +118,7 @@ int32_t SimulatedBoard::transfer(UsbDeviceHandle device, uint32_t pipe, bool rea
                                  uint32_t) {
     bytesTransferred = 0;
     ++transferCount_;
-    if (latency_.count() > 0) std::this_thread::sleep_for(latency_);
+    if (latency_.count() > 0) waitForFrameEnd();
     if (!running_ || device == 0 || device != device_) return usb_status::kNoDevice;
     if (noEndpoints_) return usb_status::kNotFound;
     const bool inPipe = (pipe & 0x80) != 0;
@@ -153,6 +153,21 @@ int32_t SimulatedBoard::transfer(UsbDeviceHandle device, uint32_t pipe, bool rea
     if (n > 0) std::memcpy(buffer, reply->data(), n);
     bytesTransferred = static_cast<uint32_t>(n);
     return usb_status::kSuccess;
+}
+
+// A full-speed bus runs on a fixed frame clock: a transfer finishes at the end of the frame it
+// was issued in, whatever the software did before it. Sleeping to a fixed boundary (and
+// spinning out the last stretch, which a sleep overshoots) keeps a late wake-up from adding
+// up over a run of transfers.
+void SimulatedBoard::waitForFrameEnd() const {
+    using Clock = std::chrono::steady_clock;
+    const auto now = Clock::now().time_since_epoch();
+    const auto frame = std::chrono::duration_cast<Clock::duration>(latency_);
+    const auto end = Clock::time_point((now / frame + 1) * frame);
+    const auto spin = std::chrono::duration_cast<Clock::duration>(std::chrono::microseconds(200));
+    if (end - Clock::now() > spin) std::this_thread::sleep_until(end - spin);
+    while (Clock::now() < end) {
+    }
 }
 
 int32_t SimulatedBoard::resetDevice(UsbDeviceHandle device, uint32_t) {

@@ -50,7 +50,8 @@ class SimulatedBoard : public BoardDriver {
     void failInit(int32_t status) { initStatus_ = status; }
     void refuseInterface(int32_t status) { setInterfaceStatus_ = status; }
     void setNoEndpoints(bool none) { noEndpoints_ = none; }
-    // Sleep this long in every transfer, to model a real bus (a full-speed frame is 1 ms).
+    // Model a real bus: every transfer ends at the next boundary of a frame clock with this
+    // period (a full-speed frame is 1 ms).
     void setLatency(std::chrono::microseconds perTransfer) { latency_ = perTransfer; }
 
     // Counters for tests and benchmarks.
@@ -67,6 +68,7 @@ class SimulatedBoard : public BoardDriver {
         UsbDeviceHandle device;
     };
     bool matches() const;
+    void waitForFrameEnd() const;
     void announceAttach();
     void announceDetach();
 
