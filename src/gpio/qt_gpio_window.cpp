@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <functional>
 #include <map>
 
 #include "foundation/qt_binding.h"
@@ -32,7 +33,6 @@ class GpioWindow : public QWidget {
   public:
     explicit GpioWindow(Workbench& wb) : wb_(wb), model_(wb.gpioScreen()) {
         setObjectName("frmGPIO");
-        setAttribute(Qt::WA_DeleteOnClose);
         // Only the main window keeps the program running.
         setAttribute(Qt::WA_QuitOnClose, false);
         build();
@@ -42,14 +42,31 @@ class GpioWindow : public QWidget {
 
   protected:
     // The screen's controls go with the window; GpioState stays with the Workbench. A handler
-    // of this model may still be running in a yield, so the Workbench keeps the model itself.
+    // of this model may still be running in a yield, so the Workbench keeps the model itself,
+    // and the window waits for the handler to return before it goes: the button that started
+    // the handler is still on the stack below it.
     void closeEvent(QCloseEvent* event) override {
         model_.Caption.onChange = nullptr;
         wb_.unloadGpioScreen();
         event->accept();
+        if (running_ == 0) {
+            deleteLater();
+        } else {
+            deleteWhenIdle_ = true;
+        }
     }
 
   private:
+    // Runs a handler of the model while the window counts it as running.
+    void run(const std::function<void()>& handler) {
+        ++running_;
+        handler();
+        if (--running_ == 0 && deleteWhenIdle_) deleteLater();
+    }
+    std::function<void()> handlerOf(std::function<void()> handler) {
+        return [this, handler = std::move(handler)] { run(handler); };
+    }
+
     // Every pin row has the same height in all three frames, so a pin's name, enable and data
     // boxes sit on one line across them.
     QWidget* slot(QWidget* content) {
@@ -75,7 +92,7 @@ class GpioWindow : public QWidget {
         auto* box = new QCheckBox(this);
         box->setObjectName(Name(name, index));
         FrmGPIO& g = model_;
-        bind::check(model, box, [&g, click, index] { (g.*click)(index); });
+        bind::check(model, box, handlerOf([&g, click, index] { (g.*click)(index); }));
         return box;
     }
 
@@ -194,10 +211,11 @@ class GpioWindow : public QWidget {
         executeLayout->setContentsMargins(10, 8, 10, 10);
         auto* writeAll = new QPushButton(this);
         writeAll->setObjectName("cmdGPIO_Write");
-        bind::button(g.cmdGPIO_Write, writeAll, [&g] { g.cmdGPIO_Write_Click(); });
+        bind::button(g.cmdGPIO_Write, writeAll, handlerOf([&g] { g.cmdGPIO_Write_Click(); }));
         auto* writeData = new QPushButton(this);
         writeData->setObjectName("cmdWrite_GPIO_Data");
-        bind::button(g.cmdWrite_GPIO_Data, writeData, [&g] { g.cmdWrite_GPIO_Data_Click(); });
+        bind::button(g.cmdWrite_GPIO_Data, writeData,
+                     handlerOf([&g] { g.cmdWrite_GPIO_Data_Click(); }));
         executeLayout->addWidget(writeAll);
         executeLayout->addWidget(writeData);
 
@@ -226,6 +244,8 @@ class GpioWindow : public QWidget {
     Workbench& wb_;
     FrmGPIO& model_;
     int rowHeight_ = 24;
+    int running_ = 0;
+    bool deleteWhenIdle_ = false;
 };
 
 std::map<Workbench*, QPointer<QWidget>>& OpenWindows() {

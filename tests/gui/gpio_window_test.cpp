@@ -3,9 +3,11 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QEventLoop>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
 #include <memory>
 
 #include "foundation/colors.h"
@@ -34,9 +36,12 @@ class GpioWindowTest : public QObject {
     static void clickBox(QCheckBox* box) {
         QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
     }
+    static void destroyClosedWindows() {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
     void closeWindow() {
         if (QWidget* w = window()) w->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        destroyClosedWindows();
     }
 
   private slots:
@@ -207,6 +212,32 @@ class GpioWindowTest : public QObject {
         clickBox(child<QCheckBox>("ChkBData_1"));
         QCOMPARE(rig->gpio().txtPCHexData[0].text(), std::string("FD"));
         QCOMPARE(child<QLineEdit>("txtPCHexData_0")->text(), QString("FD"));
+    }
+
+    void closingWhileAWriteYieldsLetsTheWriteFinishBeforeTheWindowGoes() {
+        ShowGpioWindow(*rig->wb);
+        QPointer<QWidget> w = window();
+        QPushButton* write = child<QPushButton>("cmdGPIO_Write");
+        bool aliveInsideTheWrite = false;
+        // The user closes the window at the write's first yield, which runs pending events as
+        // the program's yield does.
+        rig->pump.atYield(0, [&] {
+            w->close();
+            QCoreApplication::processEvents();
+            aliveInsideTheWrite = !w.isNull();
+        });
+        QEventLoop loop;
+        QTimer::singleShot(0, [&] {
+            QTest::mouseClick(write, Qt::LeftButton);
+            loop.quit();
+        });
+        loop.exec();
+
+        QVERIFY(aliveInsideTheWrite);
+        QCOMPARE(rig->sent().size(), std::size_t{1});
+        QVERIFY(!rig->wb->hasGpioScreen());
+        destroyClosedWindows();
+        QVERIFY(w.isNull());
     }
 
     void screenCreatedByTheCoreWhileNoWindowIsOpenIsShownAsItStands() {
