@@ -1,0 +1,414 @@
+// The GPIO screen model against the simulated board: the two frames, the read-back boxes and
+// lamps, the check boxes' bits, and the screen's life across start-up, unload and reload.
+
+#include "gpio/frm_gpio.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/colors.h"
+#include "support/fakes.h"
+
+namespace i2cbridge::testing {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// A user click on a box: the box flips, then its handler runs.
+void Click(FrmGPIO& g, CheckBox& box, void (FrmGPIO::*handler)(int), int index) {
+    g.setChecked(box, !box.checked(), handler, index);
+}
+
+// The program after start-up: the main window has loaded and made its GPIO write.
+struct Started : ::testing::Test {
+    void SetUp() override {
+        rig.main();
+        rig.board.model().clearSent();
+    }
+    FrmGPIO& gpio() { return rig.gpio(); }
+    Rig rig;
+};
+
+// --- Frames on the wire ---------------------------------------------------------------------
+
+using GpioFrames = Started;
+
+TEST_F(GpioFrames, EnablesAndDataFromStartStateSendsDataFirstThenReads25Bytes) {
+    gpio().cmdGPIO_Write_Click();
+
+    ASSERT_EQ(rig.sent().size(), 1u);
+    EXPECT_EQ(rig.sent()[0], (WireFrame{0x01, Bytes{0xFF, 0xFF, 0x00, 0x00}}));
+    EXPECT_EQ(rig.wb->usb.TransferPipe, 0x81u);
+    EXPECT_EQ(rig.wb->usb.TransferLength, 25u);
+    EXPECT_EQ(rig.wb->usb.BytesTransferred, 25u);
+    // Left behind for the next I2C write to find.
+    EXPECT_EQ(rig.wb->i2c.WriteByteCount, 4);
+    // Opened and closed around the write in the automatic mode.
+    EXPECT_FALSE(rig.wb->usb.UsbOpen);
+}
+
+TEST_F(GpioFrames, DataOnlyFromStartStateSendsTwoBytes) {
+    gpio().cmdWrite_GPIO_Data_Click();
+
+    ASSERT_EQ(rig.sent().size(), 1u);
+    EXPECT_EQ(rig.sent()[0], (WireFrame{0x01, Bytes{0xFF, 0xFF}}));
+    EXPECT_EQ(rig.wb->usb.TransferLength, 25u);
+    EXPECT_EQ(rig.wb->i2c.WriteByteCount, 2);
+}
+
+TEST_F(GpioFrames, FrameIsBuiltFromTheBoxesEditedBeforeTheWrite) {
+    FrmGPIO& g = gpio();
+    Click(g, g.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
+    Click(g, g.chkOutEnc[0], &FrmGPIO::chkOutEnc_Click, 0);
+    Click(g, g.chkOutEn[7], &FrmGPIO::chkOutEn_Click, 7);
+    Click(g, g.ChKLedData[0], &FrmGPIO::ChKLedData_Click, 0);
+    g.cmdGPIO_Write_Click();
+
+    ASSERT_EQ(rig.sent().size(), 1u);
+    EXPECT_EQ(rig.sent()[0].bytes, (Bytes{0xF7, 0xFE, 0x80, 0x10}));
+}
+
+TEST_F(GpioFrames, StateSetWholeByteByAnotherWindowIsSentAsItStands) {
+    // The script's GPIO command writes whole bytes, port C bits 2 and 3 included.
+    rig.wb->GpioState = {0x0F, 0x0C, 0xA5, 0x3C};
+    gpio().cmdGPIO_Write_Click();
+    ASSERT_EQ(rig.sent().size(), 1u);
+    EXPECT_EQ(rig.sent()[0].bytes, (Bytes{0xA5, 0x3C, 0x0F, 0x0C}));
+}
+
+TEST_F(GpioFrames, ManualModeLeavesTheConnectionAsTheUserSetIt) {
+    FrmI2CGeneral& m = rig.main();
+    m.ChKManUsbConn.setChecked(true);
+    m.ChKManUsbConn_Click();
+    m.cmdUSBConnect_Click();
+    ASSERT_TRUE(rig.wb->usb.UsbOpen);
+    const int resets = rig.board.resetCount();
+
+    gpio().cmdGPIO_Write_Click();
+
+    EXPECT_EQ(rig.sent().size(), 1u);
+    EXPECT_TRUE(rig.wb->usb.UsbOpen);
+    EXPECT_EQ(rig.board.resetCount(), resets);
+}
+
+// --- Read-back boxes and lamps --------------------------------------------------------------
+
+using GpioReadBack = Started;
+
+TEST_F(GpioReadBack, ShowsWhatTheBoardAnswersNotWhatWasWritten) {
+    // Pins that are not driven read their input levels.
+    rig.board.model().gpio().pbInputs = 0x3C;
+    rig.board.model().gpio().pcInputs = 0x50;
+    FrmGPIO& g = gpio();
+    g.cmdGPIO_Write_Click();
+
+    EXPECT_EQ(g.txtPCHexData[1].text(), "3C");
+    EXPECT_EQ(g.txtPCHexData[3].text(), "53");  // PC4..7 inputs, LED latch bits 0 and 1 = 11
+    EXPECT_EQ(g.txtPCHex[1].text(), "00");
+    EXPECT_EQ(g.txtPCHex[3].text(), "00");
+    // The written boxes keep the state.
+    EXPECT_EQ(g.txtPCHexData[0].text(), "FF");
+    EXPECT_EQ(g.txtPCHexData[2].text(), "FF");
+}
+
+TEST_F(GpioReadBack, DrivenPinsAndEnablesReadBackAndTheEnableLampsAgree) {
+    FrmGPIO& g = gpio();
+    Click(g, g.chkOutEn[0], &FrmGPIO::chkOutEn_Click, 0);
+    Click(g, g.ChkBData[0], &FrmGPIO::ChkBData_Click, 0);
+    Click(g, g.chkOutEnc[3], &FrmGPIO::chkOutEnc_Click, 3);
+    g.cmdGPIO_Write_Click();
+
+    EXPECT_EQ(g.txtPCHexData[1].text(), "FE");
+    EXPECT_EQ(g.txtPCHex[1].text(), "01");
+    EXPECT_EQ(g.txtPCHex[3].text(), "80");
+    EXPECT_EQ(g.shpGpioWr[2].color(), qb::kLightGreen);
+    EXPECT_EQ(g.shpGpioWr[3].color(), qb::kLightGreen);
+}
+
+TEST_F(GpioReadBack, FailedReadShowsZerosAndReddensOnlyEnableLampsWhoseStateIsNotZero) {
+    FrmGPIO& g = gpio();
+    Click(g, g.chkOutEn[2], &FrmGPIO::chkOutEn_Click, 2);  // PB enables 04, PC enables 00
+    rig.board.injectTransferFault({0x81, usb_status::kIo, std::nullopt});
+    rig.markLog();
+
+    g.cmdGPIO_Write_Click();
+
+    for (int i : {1, 3}) {
+        EXPECT_EQ(g.txtPCHex[i].text(), "00") << i;
+        EXPECT_EQ(g.txtPCHexData[i].text(), "00") << i;
+    }
+    EXPECT_EQ(g.shpGpioWr[2].color(), qb::kLightRed);
+    EXPECT_EQ(g.shpGpioWr[3].color(), qb::kLightGreen);
+    EXPECT_NE(rig.logSinceMark().find("ReadPipe: WDU_Transfer() failed: error &H"),
+              std::string::npos);
+    // The operation carries on to the end: the board was closed again.
+    EXPECT_FALSE(rig.wb->usb.UsbOpen);
+}
+
+TEST_F(GpioReadBack, ShortReplyLeavesTheMissingBytesAtZero) {
+    FrmGPIO& g = gpio();
+    rig.board.model().gpio().pbInputs = 0x12;
+    rig.board.injectTransferFault({0x81, usb_status::kSuccess, 1u});
+    g.cmdGPIO_Write_Click();
+
+    EXPECT_EQ(g.txtPCHexData[1].text(), "12");
+    EXPECT_EQ(g.txtPCHexData[3].text(), "00");
+    EXPECT_EQ(g.txtPCHex[1].text(), "00");
+}
+
+TEST_F(GpioReadBack, BoardNotOpenInManualModeLogsBothPipesAndShowsZeros) {
+    FrmI2CGeneral& m = rig.main();
+    m.ChKManUsbConn.setChecked(true);
+    m.ChKManUsbConn_Click();
+    ASSERT_FALSE(rig.wb->usb.UsbOpen);
+    rig.markLog();
+    FrmGPIO& g = gpio();
+    Click(g, g.chkOutEnc[1], &FrmGPIO::chkOutEnc_Click, 1);
+
+    g.cmdGPIO_Write_Click();
+
+    EXPECT_TRUE(rig.sent().empty());
+    EXPECT_EQ(rig.logSinceMark(),
+              Entry("Write GPIOPipe .. USB Not opened") + Entry("ReadPipe .. USB Not opened"));
+    EXPECT_EQ(g.txtPCHexData[1].text(), "00");
+    EXPECT_EQ(g.txtPCHex[3].text(), "00");
+    EXPECT_EQ(g.shpGpioWr[2].color(), qb::kLightGreen);  // state byte 0 is 00
+    EXPECT_EQ(g.shpGpioWr[3].color(), qb::kLightRed);    // state byte 1 is 20
+}
+
+TEST_F(GpioReadBack, DataOnlyLeavesTheEnableReadBackAndItsLampsAlone) {
+    FrmGPIO& g = gpio();
+    rig.wb->unloadGpioScreen();
+    FrmGPIO& fresh = gpio();
+    fresh.cmdWrite_GPIO_Data_Click();
+
+    EXPECT_EQ(fresh.txtPCHexData[1].text(), "FF");
+    EXPECT_EQ(fresh.txtPCHexData[3].text(), "FF");
+    EXPECT_EQ(fresh.txtPCHex[1].text(), "--");
+    EXPECT_EQ(fresh.txtPCHex[3].text(), "--");
+    EXPECT_EQ(fresh.shpGpioWr[0].color(), qb::kBlack);
+    EXPECT_EQ(fresh.shpGpioWr[2].color(), qb::kBlack);
+    EXPECT_EQ(fresh.shpGpioWr[3].color(), qb::kBlack);
+    EXPECT_EQ(fresh.shpGpioWr[4].color(), qb::kLightGreen);
+    EXPECT_EQ(fresh.shpGpioWr[5].color(), qb::kLightGreen);
+    EXPECT_NE(&g, &fresh);
+}
+
+TEST_F(GpioReadBack, WriteLampsFlipBetweenTheTwoGreensOnEveryWrite) {
+    rig.wb->unloadGpioScreen();
+    FrmGPIO& g = gpio();
+    for (int lamp : {0, 4, 5}) ASSERT_EQ(g.shpGpioWr[lamp].color(), qb::kBlack) << lamp;
+
+    const int expected[] = {qb::kLightGreen, qb::kGreen, qb::kLightGreen, qb::kGreen};
+    for (int color : expected) {
+        g.cmdGPIO_Write_Click();
+        for (int lamp : {0, 4, 5}) EXPECT_EQ(g.shpGpioWr[lamp].color(), color) << lamp;
+    }
+    // Data only flips 4 and 5 and leaves the "Update Enables" lamp where it was.
+    g.cmdWrite_GPIO_Data_Click();
+    EXPECT_EQ(g.shpGpioWr[4].color(), qb::kLightGreen);
+    EXPECT_EQ(g.shpGpioWr[5].color(), qb::kLightGreen);
+    EXPECT_EQ(g.shpGpioWr[0].color(), qb::kGreen);
+}
+
+TEST_F(GpioReadBack, WriteLampsFlipEvenWhenTheTransferFailed) {
+    FrmGPIO& g = gpio();
+    const int before = g.shpGpioWr[4].color();
+    rig.board.injectTransferFault({0x01, usb_status::kTimeout, std::nullopt});
+    g.cmdWrite_GPIO_Data_Click();
+    EXPECT_NE(g.shpGpioWr[4].color(), before);
+    EXPECT_NE(g.shpGpioWr[4].color(), qb::kLightRed);
+}
+
+// --- Check boxes ----------------------------------------------------------------------------
+
+using GpioCheckBoxes = Started;
+
+TEST_F(GpioCheckBoxes, PortBDataBoxClearsAndRestoresItsBitWithoutSending) {
+    FrmGPIO& g = gpio();
+    const int transfers = rig.board.transferCount();
+
+    Click(g, g.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
+    EXPECT_EQ(rig.wb->GpioState[2], 0xF7);
+    EXPECT_EQ(g.txtPCHexData[0].text(), "F7");
+
+    Click(g, g.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
+    EXPECT_EQ(rig.wb->GpioState[2], 0xFF);
+    EXPECT_EQ(g.txtPCHexData[0].text(), "FF");
+
+    EXPECT_EQ(rig.board.transferCount(), transfers);
+    EXPECT_TRUE(rig.sent().empty());
+}
+
+TEST_F(GpioCheckBoxes, PortCBoxesUseBitsFourToSeven) {
+    FrmGPIO& g = gpio();
+    Click(g, g.ChkCData[3], &FrmGPIO::ChkCData_Click, 3);
+    EXPECT_EQ(rig.wb->GpioState[3], 0x7F);
+    EXPECT_EQ(g.txtPCHexData[2].text(), "7F");
+    Click(g, g.ChkCData[0], &FrmGPIO::ChkCData_Click, 0);
+    EXPECT_EQ(g.txtPCHexData[2].text(), "6F");
+    // Port B's byte is untouched.
+    EXPECT_EQ(rig.wb->GpioState[2], 0xFF);
+}
+
+TEST_F(GpioCheckBoxes, PortCEnableSetsBitFourAndGatesItsDataBox) {
+    FrmGPIO& g = gpio();
+    Click(g, g.chkOutEnc[0], &FrmGPIO::chkOutEnc_Click, 0);
+    EXPECT_EQ(rig.wb->GpioState[1], 0x10);
+    EXPECT_EQ(g.txtPCHex[2].text(), "10");
+    EXPECT_TRUE(g.ChkCData[0].enabled());
+
+    Click(g, g.chkOutEnc[0], &FrmGPIO::chkOutEnc_Click, 0);
+    EXPECT_EQ(rig.wb->GpioState[1], 0x00);
+    EXPECT_EQ(g.txtPCHex[2].text(), "00");
+    EXPECT_FALSE(g.ChkCData[0].enabled());
+    // The disabled box keeps its check state, and its neighbours are not affected.
+    EXPECT_TRUE(g.ChkCData[0].checked());
+    EXPECT_TRUE(g.ChkCData[1].enabled());
+}
+
+TEST_F(GpioCheckBoxes, PortBEnablesUseTheIndexAsBit) {
+    FrmGPIO& g = gpio();
+    Click(g, g.chkOutEn[7], &FrmGPIO::chkOutEn_Click, 7);
+    Click(g, g.chkOutEn[1], &FrmGPIO::chkOutEn_Click, 1);
+    EXPECT_EQ(g.txtPCHex[0].text(), "82");
+    Click(g, g.chkOutEn[7], &FrmGPIO::chkOutEn_Click, 7);
+    EXPECT_EQ(g.txtPCHex[0].text(), "02");
+    EXPECT_FALSE(g.ChkBData[7].enabled());
+    EXPECT_TRUE(g.ChkBData[1].enabled());
+    EXPECT_EQ(rig.wb->GpioState[0], 0x02);
+}
+
+TEST_F(GpioCheckBoxes, BothLedBoxesOffGiveFC) {
+    FrmGPIO& g = gpio();
+    Click(g, g.ChKLedData[0], &FrmGPIO::ChKLedData_Click, 0);
+    EXPECT_EQ(g.txtPCHexData[2].text(), "FE");
+    Click(g, g.ChKLedData[1], &FrmGPIO::ChKLedData_Click, 1);
+    EXPECT_EQ(rig.wb->GpioState[3], 0xFC);
+    EXPECT_EQ(g.txtPCHexData[2].text(), "FC");
+}
+
+TEST_F(GpioCheckBoxes, UncheckingABitAlreadyClearKeepsItClear) {
+    // Another window cleared PB0 by a whole-byte write; the screen's box still shows checked.
+    rig.wb->GpioState[2] = 0xF0;
+    FrmGPIO& g = gpio();
+    ASSERT_TRUE(g.ChkBData[0].checked());
+    Click(g, g.ChkBData[0], &FrmGPIO::ChkBData_Click, 0);
+    EXPECT_EQ(rig.wb->GpioState[2], 0xF0);
+    EXPECT_EQ(g.txtPCHexData[0].text(), "F0");
+}
+
+TEST_F(GpioCheckBoxes, SettingFromCodeRunsTheHandlerOnlyOnAChange) {
+    // The communications test sets the LED boxes this way.
+    FrmGPIO& g = gpio();
+    rig.wb->GpioState[3] = 0xFE;  // the red LED bit is clear although its box is checked
+    g.setChecked(g.ChKLedData[0], true, &FrmGPIO::ChKLedData_Click, 0);
+    EXPECT_EQ(rig.wb->GpioState[3], 0xFE);
+
+    g.setChecked(g.ChKLedData[1], false, &FrmGPIO::ChKLedData_Click, 1);
+    EXPECT_EQ(rig.wb->GpioState[3], 0xFC);
+    g.ChKLedData[0].setChecked(true);
+    g.ChKLedData_Click(0);
+    EXPECT_EQ(rig.wb->GpioState[3], 0xFD);
+    EXPECT_EQ(g.txtPCHexData[2].text(), "FD");
+}
+
+// --- Life of the screen ---------------------------------------------------------------------
+
+using GpioLifecycle = Started;
+
+TEST_F(GpioLifecycle, FirstShowingAfterStartUpShowsTheStartUpWrite) {
+    FrmGPIO& g = gpio();
+    EXPECT_EQ(g.txtPCHex[0].text(), "00");
+    EXPECT_EQ(g.txtPCHex[2].text(), "00");
+    EXPECT_EQ(g.txtPCHexData[0].text(), "FF");
+    EXPECT_EQ(g.txtPCHexData[2].text(), "FF");
+    EXPECT_EQ(g.txtPCHexData[1].text(), "FF");
+    EXPECT_EQ(g.txtPCHexData[3].text(), "FF");
+    EXPECT_EQ(g.txtPCHex[1].text(), "00");
+    EXPECT_EQ(g.txtPCHex[3].text(), "00");
+    for (int lamp : {0, 2, 3, 4, 5}) EXPECT_EQ(g.shpGpioWr[lamp].color(), qb::kLightGreen) << lamp;
+    for (const auto& box : g.ChkBData) EXPECT_TRUE(box.checked() && box.enabled());
+    for (const auto& box : g.ChkCData) EXPECT_TRUE(box.checked() && box.enabled());
+    for (const auto& box : g.ChKLedData) EXPECT_TRUE(box.checked() && box.enabled());
+    for (const auto& box : g.chkOutEn) EXPECT_FALSE(box.checked());
+    for (const auto& box : g.chkOutEnc) EXPECT_FALSE(box.checked());
+    for (const auto& box : g.ChLed1) EXPECT_FALSE(box.visible());
+    EXPECT_FALSE(g.shpGpioWr[1].visible());
+    EXPECT_EQ(g.txtGPIOUserName[0].text(), "BSTATUS");
+    EXPECT_EQ(g.txtGPIOUserName[11].text(), "USB_SPLIT");
+    EXPECT_EQ(g.ChkCData[0].caption(), "PC4 P2.05");
+    EXPECT_EQ(g.ChkCData[3].caption(), "PC7 P2.02");
+}
+
+TEST(GpioStartUp, BoardAbsentAtStartUpShowsZerosRead) {
+    Rig rig;
+    rig.board.unplug();
+    rig.main();
+    FrmGPIO& screen = rig.gpio();
+    EXPECT_EQ(screen.txtPCHexData[1].text(), "00");
+    EXPECT_EQ(screen.txtPCHexData[3].text(), "00");
+    EXPECT_EQ(screen.txtPCHex[1].text(), "00");
+    EXPECT_EQ(screen.txtPCHex[3].text(), "00");
+    // Both enable bytes of the start state are 00, so the zeros still agree with them.
+    EXPECT_EQ(screen.shpGpioWr[2].color(), qb::kLightGreen);
+    EXPECT_EQ(screen.shpGpioWr[3].color(), qb::kLightGreen);
+    EXPECT_TRUE(rig.sent().empty());
+}
+
+TEST_F(GpioLifecycle, ReloadAfterUnloadStartsBoxesAfreshAndShowsTheState) {
+    FrmGPIO& old = gpio();
+    Click(old, old.chkOutEn[0], &FrmGPIO::chkOutEn_Click, 0);
+    Click(old, old.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
+    Click(old, old.ChKLedData[1], &FrmGPIO::ChKLedData_Click, 1);
+    Click(old, old.chkOutEnc[2], &FrmGPIO::chkOutEnc_Click, 2);
+    Click(old, old.chkOutEnc[2], &FrmGPIO::chkOutEnc_Click, 2);  // PC6 data box now disabled
+
+    rig.wb->unloadGpioScreen();
+    EXPECT_FALSE(rig.wb->hasGpioScreen());
+    FrmGPIO& g = gpio();
+    ASSERT_NE(&g, &old);
+
+    EXPECT_EQ(g.txtPCHex[0].text(), "01");
+    EXPECT_EQ(g.txtPCHex[2].text(), "00");
+    EXPECT_EQ(g.txtPCHexData[0].text(), "F7");
+    EXPECT_EQ(g.txtPCHexData[2].text(), "FD");
+    EXPECT_EQ(g.txtPCHex[1].text(), "--");
+    EXPECT_EQ(g.txtPCHexData[3].text(), "--");
+    EXPECT_FALSE(g.chkOutEn[0].checked());
+    EXPECT_TRUE(g.ChkBData[3].checked());
+    EXPECT_TRUE(g.ChKLedData[1].checked());
+    EXPECT_TRUE(g.ChkCData[2].enabled());
+    for (int lamp : {0, 2, 3, 4, 5}) EXPECT_EQ(g.shpGpioWr[lamp].color(), qb::kBlack) << lamp;
+
+    // A click changes only its own bit, not the bits the boxes disagree with.
+    Click(g, g.ChkBData[5], &FrmGPIO::ChkBData_Click, 5);
+    EXPECT_EQ(rig.wb->GpioState[2], 0xD7);
+    Click(g, g.chkOutEn[4], &FrmGPIO::chkOutEn_Click, 4);
+    EXPECT_EQ(rig.wb->GpioState[0], 0x11);
+    EXPECT_EQ(rig.wb->GpioState[3], 0xFD);
+}
+
+TEST_F(GpioLifecycle, UnloadKeepsGpioStateAndTheNextWriteSendsIt) {
+    FrmGPIO& old = gpio();
+    Click(old, old.ChkBData[0], &FrmGPIO::ChkBData_Click, 0);
+    rig.wb->unloadGpioScreen();
+    EXPECT_EQ(rig.wb->GpioState[2], 0xFE);
+
+    gpio().cmdWrite_GPIO_Data_Click();
+    ASSERT_EQ(rig.sent().size(), 1u);
+    EXPECT_EQ(rig.sent()[0].bytes, (Bytes{0xFE, 0xFF}));
+}
+
+TEST_F(GpioLifecycle, HandlerStillRunningWhenTheScreenIsUnloadedFinishesOnItsOwnModel) {
+    // The user closes the screen while a write yields: the write completes on the old model.
+    FrmGPIO& old = gpio();
+    const int before = old.shpGpioWr[4].color();
+    rig.pump.atYield(0, [this] { rig.wb->unloadGpioScreen(); });
+    old.cmdGPIO_Write_Click();
+    EXPECT_FALSE(rig.wb->hasGpioScreen());
+    EXPECT_NE(old.shpGpioWr[4].color(), before);
+    EXPECT_EQ(rig.sent().size(), 1u);
+}
+
+}  // namespace
+}  // namespace i2cbridge::testing
