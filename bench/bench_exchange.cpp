@@ -36,6 +36,7 @@ BENCHMARK(BM_RegisterReadExchange);
 // What a READ click does: the exchange, the result box, the count label and the lamps.
 void BM_ReadButton(benchmark::State& state) {
     OpenRig r;
+    r.w.txtUserRegAdr.setText("02");
     for (auto _ : state) r.w.cmdRead_Click();
     if (r.w.txtReadByte.text() != "5A") state.SkipWithError("READ did not read the identifier");
     state.SetItemsProcessed(state.iterations());
