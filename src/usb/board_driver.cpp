@@ -18,6 +18,13 @@ std::string usb_status::Name(int32_t status) {
         case kNoMem: return "LIBUSB_ERROR_NO_MEM";
         case kNotSupported: return "LIBUSB_ERROR_NOT_SUPPORTED";
         case kOther: return "LIBUSB_ERROR_OTHER";
+        // libusb names its transfer outcomes too; no call returns them, but the text is libusb's.
+        case 1: return "LIBUSB_TRANSFER_ERROR";
+        case 2: return "LIBUSB_TRANSFER_TIMED_OUT";
+        case 3: return "LIBUSB_TRANSFER_CANCELLED";
+        case 4: return "LIBUSB_TRANSFER_STALL";
+        case 5: return "LIBUSB_TRANSFER_NO_DEVICE";
+        case 6: return "LIBUSB_TRANSFER_OVERFLOW";
         default: return "**UNKNOWN**";
     }
 }
