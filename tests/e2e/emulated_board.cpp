@@ -305,9 +305,7 @@ void EmulatedBoard::handle(UMockdevIoctlClient* client) {
                 break;
         }
     }
-    // libusb polls the node, which is always ready, and reaps at once: without a pause before
-    // "nothing yet" its event thread would spin.
-    if (nothingToReap) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (nothingToReap) std::this_thread::sleep_for(config_.idlePause);
     umockdev_ioctl_client_complete(client, error == 0 ? 0 : -1, error);
 }
 

@@ -13,6 +13,7 @@
 
 #include <umockdev.h>
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -30,6 +31,11 @@ struct EmulatedBoardConfig {
     uint16_t productId = BoardProductId;
     // errno for claiming interface 0 (e.g. EBUSY: another program holds it); 0 to accept.
     int claimErrno = 0;
+    // libusb's event thread polls the node, which is always ready, and asks for finished URBs
+    // at once; the board pauses this long before answering "nothing yet" so that the thread
+    // does not spin. A request from the other thread waits behind the pause, so it is also the
+    // emulation's latency.
+    std::chrono::microseconds idlePause{1000};
 };
 
 class EmulatedBoard {
