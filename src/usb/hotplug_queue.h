@@ -49,6 +49,15 @@ class HotplugQueue {
         return false;
     }
 
+    // True when events[i] is an arrival and the same device leaves later in the list: a board
+    // plugged in and pulled out again before anybody looked is not worth opening.
+    static bool leavesLater(const std::vector<Event>& events, std::size_t i) {
+        if (i >= events.size() || !events[i].arrived) return false;
+        for (std::size_t j = i + 1; j < events.size(); ++j)
+            if (!events[j].arrived && events[j].device == events[i].device) return true;
+        return false;
+    }
+
   private:
     mutable std::mutex mutex_;
     std::vector<Event> events_;

@@ -174,14 +174,14 @@ void LibusbDriver::deliverEvents() {
     if (!queue_.hasPending()) return;
     auto events = queue_.takeAll();
     const uint64_t session = session_;
-    for (const auto& e : events) {
+    for (std::size_t i = 0; i < events.size(); ++i) {
         // A handler may have stopped the library (or restarted it): the rest belongs to a
         // session that is over.
         if (!running_ || session != session_) break;
-        if (e.arrived) {
-            arrived(e.device);
-        } else {
-            departed(e.device);
+        if (!events[i].arrived) {
+            departed(events[i].device);
+        } else if (!HotplugQueue<libusb_device*>::leavesLater(events, i)) {
+            arrived(events[i].device);
         }
     }
     for (const auto& e : events) libusb_unref_device(e.device);
@@ -210,7 +210,8 @@ void LibusbDriver::arrived(libusb_device* device) {
     libusb_device_handle* handle = nullptr;
     const int r = libusb_open(device, &handle);
     if (r != LIBUSB_SUCCESS) {
-        if (handlers.notice) handlers.notice(OpenFailureNotice(r));
+        // A board already gone again is no news; any other refusal is.
+        if (r != LIBUSB_ERROR_NO_DEVICE && handlers.notice) handlers.notice(OpenFailureNotice(r));
         return;
     }
     const UsbDeviceHandle id = nextDevice_;

@@ -257,6 +257,17 @@ TEST(HotplugQueue, DeparturePendingOnlyForAQueuedDepartureOfThatDevice) {
     EXPECT_FALSE(queue.departurePending(2)) << "once delivered, the detach handler has it";
 }
 
+TEST(HotplugQueue, AnArrivalIsShortLivedOnlyIfTheSameDeviceLeavesAfterIt) {
+    const std::vector<Queue::Event> events{{true, 1},  {true, 2}, {false, 1},
+                                           {false, 3}, {true, 3}, {true, 1}};
+    EXPECT_TRUE(Queue::leavesLater(events, 0));
+    EXPECT_FALSE(Queue::leavesLater(events, 1)) << "another device left";
+    EXPECT_FALSE(Queue::leavesLater(events, 2)) << "a departure is not an arrival";
+    EXPECT_FALSE(Queue::leavesLater(events, 4)) << "3 left before it arrived";
+    EXPECT_FALSE(Queue::leavesLater(events, 5)) << "nothing after the last";
+    EXPECT_FALSE(Queue::leavesLater(events, 6)) << "past the end";
+}
+
 // The event thread pushes while the user-interface thread keeps taking: nothing is lost,
 // doubled or reordered.
 TEST(HotplugQueue, ConcurrentPushAndTakeLoseNothing) {
