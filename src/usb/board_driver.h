@@ -82,6 +82,9 @@ struct UsbDeviceInfo {
 struct DriverEvents {
     std::function<bool(UsbDeviceHandle, const UsbDeviceInfo&)> attach;  // true: device accepted
     std::function<void(UsbDeviceHandle)> detach;
+    // Something the user should know that is neither an attach nor a detach, e.g. a board that
+    // was found but cannot be opened. Optional.
+    std::function<void(const std::string&)> notice;
 };
 
 class BoardDriver {

@@ -39,6 +39,7 @@ void UsbConnection::open(ConnectionPanel* panel) {
         return DeviceAttach(h, d, DriverContext);
     };
     events.detach = [this](UsbDeviceHandle h) { DeviceDetach(h, DriverContext); };
+    events.notice = [this](const std::string& text) { log_.LogMessage(text, kCrLf); };
     log_.LogErrorFlag = false;
     log_.LogMessage(Crlf("Setting eventable up,  verifing that the device is attached..."), kCrLf);
     pump_.yield();

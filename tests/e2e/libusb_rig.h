@@ -1,0 +1,58 @@
+#pragma once
+
+// A workbench on the real driver: LibusbDriver talking through libusb to the board emulated
+// under umockdev, with the fake pump and dialogs of the other tests. The board is created
+// first (libusb must find it when it starts) and destroyed last.
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "emulated_board.h"
+#include "registers/frm_i2c_general.h"
+#include "shell/workbench.h"
+#include "support/fakes.h"
+#include "usb/libusb_driver.h"
+
+namespace i2cbridge::testing {
+
+struct LibusbRig {
+    explicit LibusbRig(EmulatedBoardConfig config = {}, LibusbDriverOptions options = {})
+        : board(config), driver(options) {}
+
+    EmulatedBoard board;
+    LibusbDriver driver;
+    FakePump pump{&driver};
+    FakeDialogs dialogs;
+    std::unique_ptr<Workbench> wb = std::make_unique<Workbench>(driver, pump, dialogs);
+
+    FrmI2CGeneral& main() { return wb->mainWindow(); }
+    UsbConnection& usb() { return wb->usb; }
+    const std::string& log() { return main().Txtlog.text(); }
+    void markLog() { mark_ = log().size(); }
+    std::string logSinceMark() { return log().substr(std::min(mark_, log().size())); }
+
+    // Hot-plug news comes from udev through libusb's threads: yield (which delivers it) until
+    // the condition holds or the time is up.
+    bool yieldUntil(const std::function<bool()>& done,
+                    std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        while (!done()) {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            pump.yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return true;
+    }
+    // Waits for text in the log written since markLog().
+    bool yieldUntilLogged(const std::string& text) {
+        return yieldUntil([&] { return logSinceMark().find(text) != std::string::npos; });
+    }
+
+  private:
+    std::size_t mark_ = 0;
+};
+
+}  // namespace i2cbridge::testing

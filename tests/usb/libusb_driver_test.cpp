@@ -1,0 +1,324 @@
+#include "usb/libusb_driver.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <thread>
+#include <vector>
+
+#include "support/fakes.h"
+#include "usb/hotplug_queue.h"
+
+namespace i2cbridge {
+namespace {
+
+// The board's descriptors as libusb parses them: vendor class, one interface with the five
+// bulk endpoints.
+struct BoardDescriptors {
+    BoardDescriptors() {
+        device.bLength = 18;
+        device.bDescriptorType = LIBUSB_DT_DEVICE;
+        device.bcdUSB = 0x0200;
+        device.bDeviceClass = 0xFF;
+        device.bDeviceSubClass = 0xFF;
+        device.bDeviceProtocol = 0xFF;
+        device.bMaxPacketSize0 = 64;
+        device.idVendor = BoardVendorId;
+        device.idProduct = BoardProductId;
+        device.bcdDevice = 0x0123;
+        device.iManufacturer = 1;
+        device.iProduct = 2;
+        device.iSerialNumber = 3;
+        device.bNumConfigurations = 1;
+
+        const std::array<uint8_t, 5> addresses{0x01, 0x81, 0x02, 0x82, 0x04};
+        for (std::size_t i = 0; i < addresses.size(); ++i) {
+            endpoints[i].bLength = 7;
+            endpoints[i].bDescriptorType = LIBUSB_DT_ENDPOINT;
+            endpoints[i].bEndpointAddress = addresses[i];
+            endpoints[i].bmAttributes = LIBUSB_TRANSFER_TYPE_BULK;
+            endpoints[i].wMaxPacketSize = 512;
+        }
+        alternates[0].bInterfaceNumber = 0;
+        alternates[0].bAlternateSetting = 0;
+        alternates[0].bNumEndpoints = 5;
+        alternates[0].bInterfaceClass = 0xFF;
+        alternates[0].bInterfaceSubClass = 0x01;
+        alternates[0].bInterfaceProtocol = 0x02;
+        alternates[0].endpoint = endpoints.data();
+        // A second setting without endpoints, of another class.
+        alternates[1] = alternates[0];
+        alternates[1].bAlternateSetting = 1;
+        alternates[1].bNumEndpoints = 0;
+        alternates[1].bInterfaceClass = 0x0A;
+        alternates[1].endpoint = nullptr;
+        interface.altsetting = alternates.data();
+        interface.num_altsetting = 2;
+        config.bNumInterfaces = 1;
+        config.bConfigurationValue = 1;
+        config.interface = &interface;
+    }
+
+    libusb_device_descriptor device{};
+    std::array<libusb_endpoint_descriptor, 5> endpoints{};
+    std::array<libusb_interface_descriptor, 2> alternates{};
+    libusb_interface interface {};
+    libusb_config_descriptor config{};
+};
+
+TEST(MatchesEntry, VendorAndProductMustBeTheBoardsUnlessZero) {
+    BoardDescriptors d;
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, {BoardVendorId, BoardProductId}));
+    EXPECT_FALSE(MatchesEntry(d.device, &d.config, {BoardVendorId, 0x2006}));
+    EXPECT_FALSE(MatchesEntry(d.device, &d.config, {0x0548, BoardProductId}));
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, {0, BoardProductId}));
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, {BoardVendorId, 0}));
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, {}));
+    d.device.idProduct = 0x2006;
+    EXPECT_FALSE(MatchesEntry(d.device, &d.config, {BoardVendorId, BoardProductId}));
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, {BoardVendorId, 0}));
+}
+
+TEST(MatchesEntry, DeviceClassAndSubClassCountOnlyWhenGiven) {
+    BoardDescriptors d;
+    MatchEntry entry{BoardVendorId, BoardProductId};
+    entry.deviceClass = 0xFF;
+    entry.deviceSubClass = 0xFF;
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, entry));
+    entry.deviceClass = 0x02;
+    EXPECT_FALSE(MatchesEntry(d.device, &d.config, entry));
+    entry.deviceClass = 0;
+    entry.deviceSubClass = 0x02;
+    EXPECT_FALSE(MatchesEntry(d.device, &d.config, entry));
+}
+
+TEST(MatchesEntry, InterfaceFieldsAreMetByAnyAlternateSetting) {
+    BoardDescriptors d;
+    MatchEntry entry{BoardVendorId, BoardProductId};
+    entry.interfaceClass = 0x0A;  // only the second setting has it
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, entry));
+    entry.interfaceProtocol = 0x02;
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, entry));
+    entry.interfaceProtocol = 0x03;
+    EXPECT_FALSE(MatchesEntry(d.device, &d.config, entry));
+    // All three must hold in the same setting.
+    entry = MatchEntry{BoardVendorId, BoardProductId};
+    entry.interfaceClass = 0xFF;
+    entry.interfaceSubClass = 0x01;
+    EXPECT_TRUE(MatchesEntry(d.device, &d.config, entry));
+    entry.interfaceSubClass = 0x07;
+    EXPECT_FALSE(MatchesEntry(d.device, &d.config, entry));
+}
+
+TEST(MatchesEntry, WithoutConfigurationOnlyDeviceFieldsCanMatch) {
+    BoardDescriptors d;
+    EXPECT_TRUE(MatchesEntry(d.device, nullptr, {BoardVendorId, BoardProductId}));
+    MatchEntry entry{BoardVendorId, BoardProductId};
+    entry.interfaceClass = 0xFF;
+    EXPECT_FALSE(MatchesEntry(d.device, nullptr, entry));
+}
+
+TEST(PipeEndpoint, BoardPipesAreTheirEndpointAddresses) {
+    const std::array<std::pair<uint32_t, bool>, 6> pipes{
+        {{2, false}, {0x82, true}, {1, false}, {0x81, true}, {4, false}, {0x84, true}}};
+    for (const auto& [pipe, read] : pipes) {
+        uint8_t endpoint = 0xEE;
+        EXPECT_EQ(PipeEndpoint(pipe, read, endpoint), LIBUSB_SUCCESS) << pipe;
+        EXPECT_EQ(endpoint, pipe);
+    }
+}
+
+TEST(PipeEndpoint, DirectionMustMatchTheTransfer) {
+    uint8_t endpoint = 0xEE;
+    EXPECT_EQ(PipeEndpoint(0x82, false, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(PipeEndpoint(2, true, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(PipeEndpoint(0x81, false, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(endpoint, 0xEE) << "a refused pipe leaves the endpoint alone";
+}
+
+TEST(PipeEndpoint, ControlPipeReservedBitsAndWidePipesAreRefused) {
+    uint8_t endpoint = 0;
+    EXPECT_EQ(PipeEndpoint(0, false, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(PipeEndpoint(0x80, true, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    // 0x102 must not be cut down to endpoint 2.
+    EXPECT_EQ(PipeEndpoint(0x102, false, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(PipeEndpoint(0x182, true, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(PipeEndpoint(0x12, false, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(PipeEndpoint(0xC2, true, endpoint), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_EQ(PipeEndpoint(0x0F, false, endpoint), LIBUSB_SUCCESS);
+}
+
+TEST(DeviceInfoFromDescriptors, DescriptorBytesAreInBusOrder) {
+    BoardDescriptors d;
+    const UsbDeviceInfo info = DeviceInfoFromDescriptors(d.device, &d.config);
+    const std::array<uint8_t, 18> expected{18,   1,    0x00, 0x02, 0xFF, 0xFF, 0xFF, 64, 0x47,
+                                           0x05, 0x05, 0x20, 0x23, 0x01, 1,    2,    3,  1};
+    EXPECT_EQ(info.deviceDescriptor, expected);
+    EXPECT_EQ(info.vendorId(), BoardVendorId);
+    EXPECT_EQ(info.productId(), BoardProductId);
+}
+
+TEST(DeviceInfoFromDescriptors, InterfacesSettingsAndEndpointsAreCopied) {
+    BoardDescriptors d;
+    const UsbDeviceInfo info = DeviceInfoFromDescriptors(d.device, &d.config);
+    ASSERT_EQ(info.interfaces.size(), 1u);
+    const InterfaceInfo& iface = info.interfaces[0];
+    EXPECT_EQ(iface.number, 0);
+    ASSERT_EQ(iface.alternates.size(), 2u);
+    EXPECT_EQ(iface.alternates[1].alternateSetting, 1);
+    EXPECT_EQ(iface.alternates[1].interfaceClass, 0x0A);
+    EXPECT_TRUE(iface.alternates[1].endpoints.empty());
+    const auto& endpoints = iface.alternates[0].endpoints;
+    ASSERT_EQ(endpoints.size(), 5u);
+    EXPECT_EQ(endpoints[3].address, 0x82);
+    EXPECT_EQ(endpoints[3].attributes, LIBUSB_TRANSFER_TYPE_BULK);
+    EXPECT_EQ(endpoints[3].maxPacketSize, 512);
+    // The transfer's endpoint check looks at the first interface's first setting.
+    EXPECT_EQ(info.activeEndpointCount(), 5);
+}
+
+TEST(DeviceInfoFromDescriptors, NoConfigurationMeansNoInterface) {
+    BoardDescriptors d;
+    const UsbDeviceInfo info = DeviceInfoFromDescriptors(d.device, nullptr);
+    EXPECT_TRUE(info.interfaces.empty());
+    EXPECT_EQ(info.activeEndpointCount(), -1);
+    EXPECT_EQ(info.productId(), BoardProductId);
+}
+
+TEST(LibusbStatusText, IsLibusbsNameForEveryCode) {
+    LibusbDriver driver;
+    for (int32_t status = -130; status <= 130; ++status)
+        EXPECT_EQ(driver.statusText(status), usb_status::Name(status)) << status;
+    for (int32_t far : {INT32_MIN, -0x10000, 0x10000, INT32_MAX})
+        EXPECT_EQ(driver.statusText(far), usb_status::Name(far)) << far;
+    EXPECT_EQ(driver.statusText(LIBUSB_ERROR_TIMEOUT), "LIBUSB_ERROR_TIMEOUT");
+}
+
+TEST(OpenFailureNotice, PermissionGetsItsOwnAdviceOtherErrorsTheirCode) {
+    EXPECT_EQ(OpenFailureNotice(LIBUSB_ERROR_ACCESS),
+              "Board found but cannot be opened: permission denied (see the udev rule in the "
+              "README)");
+    EXPECT_EQ(OpenFailureNotice(LIBUSB_ERROR_BUSY),
+              "Board found but cannot be opened: error &HFFFFFFFA (LIBUSB_ERROR_BUSY)");
+}
+
+// Without a started library every call about a device fails as for a board that is gone, and
+// nothing is ever announced.
+TEST(LibusbDriverUnstarted, DeviceCallsFailWithNoDevice) {
+    LibusbDriver driver;
+    UsbDeviceInfo info;
+    info.interfaces.resize(3);
+    EXPECT_EQ(driver.getDeviceInfo(0, info), LIBUSB_ERROR_NO_DEVICE);
+    EXPECT_EQ(driver.getDeviceInfo(1, info), LIBUSB_ERROR_NO_DEVICE);
+    EXPECT_EQ(info.interfaces.size(), 3u) << "a failed lookup leaves the record alone";
+    EXPECT_EQ(driver.setInterface(1, 0, 0), LIBUSB_ERROR_NO_DEVICE);
+    EXPECT_EQ(driver.resetDevice(1, 0), LIBUSB_ERROR_NO_DEVICE);
+    std::array<uint8_t, 4> buffer{9, 9, 9, 9};
+    uint32_t done = 77;
+    EXPECT_EQ(driver.transfer(1, 0x82, true, 0, buffer.data(), 4, done, 1000),
+              LIBUSB_ERROR_NO_DEVICE);
+    EXPECT_EQ(done, 0u);
+    EXPECT_EQ(buffer, (std::array<uint8_t, 4>{9, 9, 9, 9}));
+    driver.deliverEvents();
+    driver.uninit(1);
+    EXPECT_FALSE(driver.running());
+    EXPECT_EQ(driver.openDeviceCount(), 0u);
+}
+
+using Queue = HotplugQueue<int>;
+
+TEST(HotplugQueue, HoldsEventsUntilTakenAndKeepsTheirOrder) {
+    Queue queue;
+    EXPECT_FALSE(queue.hasPending());
+    EXPECT_TRUE(queue.takeAll().empty());
+    queue.push(true, 7);
+    queue.push(false, 7);
+    queue.push(true, 8);
+    EXPECT_TRUE(queue.hasPending());
+    const auto taken = queue.takeAll();
+    ASSERT_EQ(taken.size(), 3u);
+    EXPECT_TRUE(taken[0].arrived);
+    EXPECT_EQ(taken[0].device, 7);
+    EXPECT_FALSE(taken[1].arrived);
+    EXPECT_EQ(taken[1].device, 7);
+    EXPECT_EQ(taken[2].device, 8);
+    EXPECT_FALSE(queue.hasPending());
+    EXPECT_TRUE(queue.takeAll().empty());
+}
+
+TEST(HotplugQueue, DeparturePendingOnlyForAQueuedDepartureOfThatDevice) {
+    Queue queue;
+    queue.push(true, 1);
+    EXPECT_FALSE(queue.departurePending(1)) << "an arrival is not a departure";
+    queue.push(false, 2);
+    EXPECT_TRUE(queue.departurePending(2));
+    EXPECT_FALSE(queue.departurePending(1));
+    queue.takeAll();
+    EXPECT_FALSE(queue.departurePending(2)) << "once delivered, the detach handler has it";
+}
+
+TEST(HotplugQueue, AnArrivalIsShortLivedOnlyIfTheSameDeviceLeavesAfterIt) {
+    const std::vector<Queue::Event> events{{true, 1},  {true, 2}, {false, 1},
+                                           {false, 3}, {true, 3}, {true, 1}};
+    EXPECT_TRUE(Queue::leavesLater(events, 0));
+    EXPECT_FALSE(Queue::leavesLater(events, 1)) << "another device left";
+    EXPECT_FALSE(Queue::leavesLater(events, 2)) << "a departure is not an arrival";
+    EXPECT_FALSE(Queue::leavesLater(events, 4)) << "3 left before it arrived";
+    EXPECT_FALSE(Queue::leavesLater(events, 5)) << "nothing after the last";
+    EXPECT_FALSE(Queue::leavesLater(events, 6)) << "past the end";
+}
+
+// The event thread pushes while the user-interface thread keeps taking: nothing is lost,
+// doubled or reordered.
+TEST(HotplugQueue, ConcurrentPushAndTakeLoseNothing) {
+    Queue queue;
+    constexpr int kEvents = 20000;
+    std::thread producer([&] {
+        for (int i = 0; i < kEvents; ++i) queue.push(i % 2 == 0, i);
+    });
+    std::vector<Queue::Event> seen;
+    while (static_cast<int>(seen.size()) < kEvents) {
+        for (const auto& e : queue.takeAll()) seen.push_back(e);
+    }
+    producer.join();
+    ASSERT_EQ(seen.size(), static_cast<std::size_t>(kEvents));
+    for (int i = 0; i < kEvents; ++i) {
+        ASSERT_EQ(seen[i].device, i);
+        ASSERT_EQ(seen[i].arrived, i % 2 == 0);
+    }
+    EXPECT_FALSE(queue.hasPending());
+}
+
+// A driver that finds a board it may not open says so through the notice handler; the open
+// writes that to the program log and then goes on as with no board.
+class UnopenableBoard : public SimulatedBoard {
+  public:
+    int32_t init(UsbDriverHandle& driverHandle, const MatchEntry& match,
+                 DriverEvents events) override {
+        notice_ = events.notice;
+        unplug();
+        const int32_t status = SimulatedBoard::init(driverHandle, match, std::move(events));
+        if (notice_) notice_(OpenFailureNotice(LIBUSB_ERROR_ACCESS));
+        return status;
+    }
+
+  private:
+    std::function<void(const std::string&)> notice_;
+};
+
+TEST(ConnectionNotice, OpenLogsTheDriversNoticeBeforeTheLookupFailure) {
+    UnopenableBoard board;
+    testing::FakePump pump{&board};
+    testing::FakeDialogs dialogs;
+    Workbench wb(board, pump, dialogs);
+    const std::string& log = wb.mainWindow().Txtlog.text();
+    const std::string notice = testing::Entry(
+        "Board found but cannot be opened: permission denied (see the udev rule in the README)");
+    const auto at = log.find(notice);
+    ASSERT_NE(at, std::string::npos) << log;
+    EXPECT_LT(log.find("Setting eventable up"), at);
+    EXPECT_GT(log.find("WriteGPIOPipe: WDU_GetDeviceInfo() failed:"), at);
+}
+
+}  // namespace
+}  // namespace i2cbridge
