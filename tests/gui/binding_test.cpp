@@ -1,5 +1,5 @@
 // The generic binders: visibility before and after the window shows, Enter, focus loss,
-// clicks, tabs, window titles and scroll bars.
+// clicks, tabs and scroll bars.
 
 #include <QFocusEvent>
 #include <QLineEdit>
@@ -23,7 +23,6 @@ class BindingTest : public QObject {
     void focusLossCountsOnlyInsideTheWindow();
     void clickNeedsLeftPressAndReleaseOverTheWidget();
     void tabsFollowTheModelAndReportTheUsersChoice();
-    void windowTitleFollowsTheCaptionWithSuffix();
     void scrollBarTakesPlaceRangeAndValueInTwips();
 };
 
@@ -141,18 +140,6 @@ void BindingTest::tabsFollowTheModelAndReportTheUsersChoice() {
     tabs.setCurrentIndex(0);
     QCOMPARE(model.tab(), 0);
     QCOMPARE(seenByHandler, QList<int>{0});
-}
-
-void BindingTest::windowTitleFollowsTheCaptionWithSuffix() {
-    Label caption("Quantrel I2C Communications Software");
-    QWidget window;
-    bind::windowTitle(caption, &window, QStringLiteral(" [simulated board]"));
-    QCOMPARE(window.windowTitle(),
-             QStringLiteral("Quantrel I2C Communications Software [simulated board]"));
-    caption.setCaption("mux.qrl - Quantrel I2CUSB");
-    QCOMPARE(window.windowTitle(), QStringLiteral("mux.qrl - Quantrel I2CUSB [simulated board]"));
-    QCOMPARE(QString::fromStdString(caption.caption()),
-             QStringLiteral("mux.qrl - Quantrel I2CUSB"));
 }
 
 void BindingTest::scrollBarTakesPlaceRangeAndValueInTwips() {

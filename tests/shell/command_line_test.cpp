@@ -31,15 +31,6 @@ TEST(UsbIdText, RejectsWhatIsNotASixteenBitHexNumber) {
     EXPECT_FALSE(ParseUsbId(" 547"));
 }
 
-TEST(Options, NoneMeansTheRealBoardWithItsDefaultIdentity) {
-    const CommandLine cl = Parse({});
-    EXPECT_FALSE(cl.simulate);
-    EXPECT_FALSE(cl.help);
-    EXPECT_FALSE(cl.vendorId);
-    EXPECT_FALSE(cl.productId);
-    EXPECT_TRUE(cl.error.empty());
-}
-
 TEST(Options, SimulateAndIdentifiersInBothSpellings) {
     const CommandLine cl = Parse({"--simulate", "--vid", "0x1234", "--pid=ABCD"});
     EXPECT_TRUE(cl.error.empty()) << cl.error;
