@@ -2,11 +2,14 @@
 
 #include <QAbstractButton>
 #include <QCheckBox>
+#include <QFocusEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QTabWidget>
 #include <QTextCursor>
 
 #include "foundation/colors.h"
@@ -27,8 +30,16 @@ void Watch(M& model, QWidget* widget, std::function<void()> refresh) {
     QObject::connect(widget, &QObject::destroyed, [&model]() { model.onChange = nullptr; });
 }
 
+// A widget that was never hidden on purpose shows with its parent; only an explicit hide
+// keeps it out of sight. So a hidden model hides the widget unless it is hidden on purpose
+// already, and a visible model shows it again only when it is. A widget without a parent is
+// never shown from here: it would open as a window of its own.
 void ApplyCommon(const Control& model, QWidget* widget) {
-    if (widget->isHidden() == model.visible()) widget->setVisible(model.visible());
+    const bool hiddenOnPurpose =
+        widget->isHidden() && widget->testAttribute(Qt::WA_WState_ExplicitShowHide);
+    if (hiddenOnPurpose == model.visible() && !(model.visible() && widget->isWindow())) {
+        widget->setVisible(model.visible());
+    }
     if (widget->isEnabled() != model.enabled()) widget->setEnabled(model.enabled());
     const QString tip = Q(model.toolTip());
     if (widget->toolTip() != tip) widget->setToolTip(tip);
@@ -49,6 +60,59 @@ class EventHook : public QObject {
     QEvent::Type type_;
     std::function<void()> action_;
 };
+
+class FocusLostHook : public QObject {
+public:
+    FocusLostHook(QObject* parent, std::function<void()> action)
+        : QObject(parent), action_(std::move(action)) {}
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() != QEvent::FocusOut) return false;
+        const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) action_();
+        return false;
+    }
+
+private:
+    std::function<void()> action_;
+};
+
+class ClickHook : public QObject {
+public:
+    ClickHook(QWidget* parent, std::function<void()> action)
+        : QObject(parent), widget_(parent), action_(std::move(action)) {}
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::MouseButtonPress) {
+            pressed_ = static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton;
+        } else if (event->type() == QEvent::MouseButtonRelease && pressed_) {
+            pressed_ = false;
+            const auto* mouse = static_cast<QMouseEvent*>(event);
+            if (mouse->button() == Qt::LeftButton &&
+                widget_->rect().contains(mouse->position().toPoint())) {
+                action_();
+            }
+        }
+        return false;
+    }
+
+private:
+    QWidget* widget_;
+    std::function<void()> action_;
+    bool pressed_ = false;
+};
+
+QRect Pixels(const Rect& r) {
+    return {r.left / kTwipsPerPixel, r.top / kTwipsPerPixel, r.width / kTwipsPerPixel,
+            r.height / kTwipsPerPixel};
+}
+
+void ApplyGeometry(const Box& model, QWidget* widget) {
+    const QRect g = Pixels(model.rect());
+    if (widget->geometry() != g) widget->setGeometry(g);
+}
 
 }  // namespace
 
@@ -170,6 +234,7 @@ void log(LogBox& model, QPlainTextEdit* widget) {
 void scroll(ScrollBar& model, QScrollBar* widget, std::function<void()> onChange) {
     Watch(model, widget, [&model, widget] {
         ApplyCommon(model, widget);
+        ApplyGeometry(model, widget);
         const QSignalBlocker block(widget);
         widget->setRange(0, model.max() / kTwipsPerPixel);
         widget->setPageStep(std::max(1, model.largeChange() / kTwipsPerPixel));
@@ -185,15 +250,48 @@ void scroll(ScrollBar& model, QScrollBar* widget, std::function<void()> onChange
 void geometry(Box& model, QWidget* widget) {
     Watch(model, widget, [&model, widget] {
         ApplyCommon(model, widget);
-        const Rect& r = model.rect();
-        const QRect g(r.left / kTwipsPerPixel, r.top / kTwipsPerPixel, r.width / kTwipsPerPixel,
-                      r.height / kTwipsPerPixel);
-        if (widget->geometry() != g) widget->setGeometry(g);
+        ApplyGeometry(model, widget);
+    });
+}
+
+void tabs(TabControl& model, QTabWidget* widget, std::function<void()> onClick) {
+    Watch(model, widget, [&model, widget] {
+        ApplyCommon(model, widget);
+        if (widget->currentIndex() != model.tab()) {
+            const QSignalBlocker block(widget);
+            widget->setCurrentIndex(model.tab());
+        }
+    });
+    QObject::connect(widget, &QTabWidget::currentChanged, [&model, onClick](int index) {
+        model.setTab(index);
+        if (onClick) onClick();
+    });
+}
+
+void windowTitle(Label& model, QWidget* window, const QString& suffix) {
+    Watch(model, window, [&model, window, suffix] {
+        const QString title = Q(model.caption()) + suffix;
+        if (window->windowTitle() != title) window->setWindowTitle(title);
     });
 }
 
 void onEvent(QWidget* widget, QEvent::Type type, std::function<void()> action) {
     widget->installEventFilter(new EventHook(widget, type, std::move(action)));
+}
+
+void onEnter(QLineEdit* widget, std::function<void(int&)> keyPress) {
+    QObject::connect(widget, &QLineEdit::returnPressed, [keyPress] {
+        int key = 13;
+        keyPress(key);
+    });
+}
+
+void onFocusLost(QWidget* widget, std::function<void()> action) {
+    widget->installEventFilter(new FocusLostHook(widget, std::move(action)));
+}
+
+void onClick(QWidget* widget, std::function<void()> action) {
+    widget->installEventFilter(new ClickHook(widget, std::move(action)));
 }
 
 }  // namespace bind

@@ -17,6 +17,7 @@ class QAbstractButton;
 class QCheckBox;
 class QPlainTextEdit;
 class QScrollBar;
+class QTabWidget;
 
 namespace i2cbridge {
 
@@ -56,10 +57,21 @@ void check(CheckBox& model, QCheckBox* widget, std::function<void()> onClick);
 void log(LogBox& model, QPlainTextEdit* widget);
 void scroll(ScrollBar& model, QScrollBar* widget, std::function<void()> onChange);
 void geometry(Box& model, QWidget* widget);  // rect in twips, 15 per pixel
+// Tab control: the user's choice of page sets the model first, then runs the handler.
+void tabs(TabControl& model, QTabWidget* widget, std::function<void()> onClick);
+// A window's title follows a caption model; suffix is what the view adds after it.
+void windowTitle(Label& model, QWidget* window, const QString& suffix = {});
 
 // Runs action when widget receives an event of the given type (focus out, double click,
 // mouse press). The filter is owned by the widget.
 void onEvent(QWidget* widget, QEvent::Type type, std::function<void()> action);
+// Enter in a text box: the KeyPress handler gets the key code 13.
+void onEnter(QLineEdit* widget, std::function<void(int& keyAscii)> keyPress);
+// The focus moved to another control of the same window. Switching to another window or
+// opening a popup does not count: the box keeps its focus within its own window then.
+void onFocusLost(QWidget* widget, std::function<void()> action);
+// A click with the left button: pressed and released over the widget.
+void onClick(QWidget* widget, std::function<void()> action);
 
 }  // namespace bind
 

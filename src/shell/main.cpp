@@ -1,7 +1,117 @@
-// Placeholder entry point until the windows land: starts nothing but says so.
-#include <cstdio>
+// The program: picks the board (on USB, or the built-in one with --simulate), builds the
+// ports and the workbench, wires the window requests of the core to the Qt windows, and starts
+// through the startup window.
 
-int main() {
-    std::puts("i2cbridge: the windows are not built yet");
-    return 0;
+#include <QApplication>
+#include <QDir>
+#include <QMessageBox>
+#include <QTimer>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/qt_ports.h"
+#include "gpio/qt_gpio_window.h"
+#include "registers/frm_i2c_general.h"
+#include "registers/qt_main_window.h"
+#include "shell/command_line.h"
+#include "shell/qt_about_box.h"
+#include "shell/qt_startup_window.h"
+#include "shell/workbench.h"
+#include "usb/libusb_driver.h"
+#include "usb/simulated_board.h"
+
+using namespace i2cbridge;
+
+namespace {
+
+void Settle() {
+    for (int i = 0; i < 5; ++i) QApplication::processEvents();
+}
+
+bool Save(QWidget& window, const QDir& dir, const char* name) {
+    Settle();
+    const QString path = dir.filePath(QLatin1String(name));
+    if (window.grab().save(path)) return true;
+    std::fprintf(stderr, "i2cbridge: could not write %s\n", qPrintable(path));
+    return false;
+}
+
+// Pictures of the main window for the docs: as it starts, with the connection open, the log
+// page, and a window too small for the register view (scroll bars).
+int SaveScreenshots(MainWindowView& view, const QString& folder) {
+    QDir dir(folder);
+    if (!dir.mkpath(QStringLiteral("."))) {
+        std::fprintf(stderr, "i2cbridge: cannot create the folder %s\n", qPrintable(folder));
+        return 1;
+    }
+    FrmI2CGeneral& m = view.model();
+    bool ok = Save(view, dir, "main-general.png");
+    m.cmdUSBConnect_Click();
+    ok = Save(view, dir, "main-connected.png") && ok;
+    m.cmdUSBDisconnect_Click();
+    m.SSTab1.setTab(1);
+    ok = Save(view, dir, "main-log.png") && ok;
+    m.SSTab1.setTab(0);
+    view.resize(760, 520);
+    ok = Save(view, dir, "main-small.png") && ok;
+    return ok ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    const CommandLine options = CommandLine::Parse(args);
+    if (!options.error.empty()) {
+        std::fprintf(stderr, "i2cbridge: %s\n\n%s", options.error.c_str(),
+                     UsageText("i2cbridge").c_str());
+        return 2;
+    }
+    if (options.help) {
+        std::fputs(UsageText("i2cbridge").c_str(), stdout);
+        return 0;
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QLatin1String(kAppTitle));
+
+    std::unique_ptr<BoardDriver> driver;
+    SimulatedBoard* simulated = nullptr;
+    if (options.simulate) {
+        auto board = std::make_unique<SimulatedBoard>();
+        simulated = board.get();
+        driver = std::move(board);
+    } else {
+        driver = MakeLibusbDriver();
+    }
+
+    QtPump pump(*driver);
+    QtDialogs dialogs;
+    Workbench wb(*driver, pump, dialogs);
+    MatchEntry& match = wb.usb.MatchTable;
+    if (options.vendorId) match.vendorId = *options.vendorId;
+    if (options.productId) match.productId = *options.productId;
+    if (simulated) simulated->setIdentity(match.vendorId, match.productId);
+
+    wb.windows.showGpioScreen = [&wb] { ShowGpioWindow(wb); };
+    wb.windows.showAbout = [&wb] { ShowAboutBox(wb); };
+    wb.windows.showScriptWindow = [&dialogs] {
+        QMessageBox::information(dialogs.parent, QLatin1String(kAppTitle),
+                                 QStringLiteral("Script windows are not part of this version."));
+    };
+    wb.windows.endProgram = [] { QApplication::quit(); };
+
+    StartupWindow startup(wb, simulated != nullptr);
+    startup.Form_Load();
+    MainWindowView& view = *startup.mainWindow();
+    dialogs.parent = &view;
+
+    if (!options.screenshotDir.empty()) {
+        const QString folder = QString::fromStdString(options.screenshotDir);
+        QTimer::singleShot(300, &view,
+                           [&view, folder] { QApplication::exit(SaveScreenshots(view, folder)); });
+    }
+    return app.exec();
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+// The program's options: which board to talk to and how to match it.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace i2cbridge {
+
+struct CommandLine {
+    bool simulate = false;  // the built-in board instead of the one on USB
+    bool help = false;
+    std::optional<uint16_t> vendorId;
+    std::optional<uint16_t> productId;
+    std::string screenshotDir;  // save pictures of the main window there and quit
+    std::string error;          // what was wrong with the options; empty when all is well
+
+    // Reads the options after the program name. Arguments that do not start with "--" are
+    // left to the toolkit (its own options start with a single dash).
+    static CommandLine Parse(std::span<const std::string> args);
+};
+
+// A USB identifier as hexadecimal text, with or without "0x": 0 to FFFF.
+std::optional<uint16_t> ParseUsbId(std::string_view text);
+
+std::string UsageText(std::string_view program);
+
+}  // namespace i2cbridge

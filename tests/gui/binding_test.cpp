@@ -1,0 +1,170 @@
+// The generic binders: visibility before and after the window shows, Enter, focus loss,
+// clicks, tabs and scroll bars.
+
+#include <QFocusEvent>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QTabWidget>
+#include <QVBoxLayout>
+#include <QtTest>
+
+#include "foundation/controls.h"
+#include "foundation/qt_binding.h"
+
+using namespace i2cbridge;
+
+class BindingTest : public QObject {
+    Q_OBJECT
+
+  private slots:
+    void hiddenModelKeepsItsWidgetHiddenWhenTheWindowShows();
+    void widgetWithoutParentNeverOpensAsAWindow();
+    void enterGivesTheKeyPressHandlerCode13();
+    void focusLossCountsOnlyInsideTheWindow();
+    void clickNeedsLeftPressAndReleaseOverTheWidget();
+    void tabsFollowTheModelAndReportTheUsersChoice();
+    void scrollBarTakesPlaceRangeAndValueInTwips();
+};
+
+void BindingTest::hiddenModelKeepsItsWidgetHiddenWhenTheWindowShows() {
+    // Models outlive their widgets, as the workbench outlives the windows.
+    TextBox hiddenModel("--");
+    hiddenModel.setVisible(false);
+    TextBox shownModel("AA");
+    QWidget window;
+    auto* layout = new QVBoxLayout(&window);
+    auto* hidden = new QLineEdit(&window);
+    auto* shown = new QLineEdit(&window);
+    layout->addWidget(hidden);
+    layout->addWidget(shown);
+    bind::text(hiddenModel, hidden);
+    bind::text(shownModel, shown);
+
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(!hidden->isVisible());
+    QVERIFY(shown->isVisible());
+
+    hiddenModel.setVisible(true);
+    QVERIFY(hidden->isVisible());
+    shownModel.setVisible(false);
+    QVERIFY(!shown->isVisible());
+    shownModel.setVisible(true);
+    QVERIFY(shown->isVisible());
+}
+
+void BindingTest::widgetWithoutParentNeverOpensAsAWindow() {
+    TextBox model("60");
+    QLineEdit orphan;
+    bind::text(model, &orphan);
+    QCOMPARE(orphan.text(), QStringLiteral("60"));
+    QVERIFY(!orphan.isVisible());
+    model.setVisible(false);
+    model.setVisible(true);
+    QVERIFY(!orphan.isVisible());
+}
+
+void BindingTest::enterGivesTheKeyPressHandlerCode13() {
+    QWidget window;
+    auto* box = new QLineEdit(&window);
+    QList<int> keys;
+    bind::onEnter(box, [&keys](int& key) { keys << key; });
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+    QTest::keyClicks(box, QStringLiteral("7F"));
+    QVERIFY(keys.isEmpty());
+    QTest::keyClick(box, Qt::Key_Return);
+    QTest::keyClick(box, Qt::Key_Enter);  // the keypad's Enter
+    QCOMPARE(keys, (QList<int>{13, 13}));
+}
+
+void BindingTest::focusLossCountsOnlyInsideTheWindow() {
+    QWidget window;
+    auto* layout = new QVBoxLayout(&window);
+    auto* first = new QLineEdit(&window);
+    auto* second = new QLineEdit(&window);
+    layout->addWidget(first);
+    layout->addWidget(second);
+    int lost = 0;
+    bind::onFocusLost(first, [&lost] { ++lost; });
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+    // Another window or a popup takes the focus: the box still has it within its window.
+    QFocusEvent toOtherWindow(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    QApplication::sendEvent(first, &toOtherWindow);
+    QFocusEvent toPopup(QEvent::FocusOut, Qt::PopupFocusReason);
+    QApplication::sendEvent(first, &toPopup);
+    QCOMPARE(lost, 0);
+
+    QFocusEvent toNextBox(QEvent::FocusOut, Qt::TabFocusReason);
+    QApplication::sendEvent(first, &toNextBox);
+    QFocusEvent byMouse(QEvent::FocusOut, Qt::MouseFocusReason);
+    QApplication::sendEvent(first, &byMouse);
+    QCOMPARE(lost, 2);
+}
+
+void BindingTest::clickNeedsLeftPressAndReleaseOverTheWidget() {
+    QWidget window;
+    window.resize(200, 100);
+    auto* box = new QLineEdit(&window);
+    box->setGeometry(10, 10, 60, 24);
+    int clicks = 0;
+    bind::onClick(box, [&clicks] { ++clicks; });
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+    QTest::mouseClick(box, Qt::LeftButton);
+    QCOMPARE(clicks, 1);
+    QTest::mouseClick(box, Qt::RightButton);
+    QCOMPARE(clicks, 1);
+    // Pressed over the box, let go beside it: no click.
+    QTest::mousePress(box, Qt::LeftButton, {}, QPoint(5, 5));
+    QTest::mouseRelease(box, Qt::LeftButton, {}, QPoint(150, 60));
+    QCOMPARE(clicks, 1);
+}
+
+void BindingTest::tabsFollowTheModelAndReportTheUsersChoice() {
+    TabControl model;
+    QTabWidget tabs;
+    tabs.addTab(new QWidget, QStringLiteral("General I2C Comm"));
+    tabs.addTab(new QWidget, QStringLiteral("Program Log"));
+    QList<int> seenByHandler;
+    bind::tabs(model, &tabs, [&] { seenByHandler << model.tab(); });
+
+    model.setTab(1);
+    QCOMPARE(tabs.currentIndex(), 1);
+    QVERIFY(seenByHandler.isEmpty());  // the handler is for the user's clicks only
+
+    tabs.setCurrentIndex(0);
+    QCOMPARE(model.tab(), 0);
+    QCOMPARE(seenByHandler, QList<int>{0});
+}
+
+void BindingTest::scrollBarTakesPlaceRangeAndValueInTwips() {
+    ScrollBar model;
+    QWidget window;
+    auto* bar = new QScrollBar(Qt::Vertical, &window);
+    int changes = 0;
+    bind::scroll(model, bar, [&changes] { ++changes; });
+
+    model.setRect({4500, 0, 255, 6000});
+    QCOMPARE(bar->geometry(), QRect(300, 0, 17, 400));
+    model.setMax(3000);
+    model.setLargeChange(2500);
+    model.setSmallChange(250);
+    QCOMPARE(bar->maximum(), 200);
+    QCOMPARE(bar->pageStep(), 166);
+    QCOMPARE(bar->singleStep(), 16);
+    model.setValue(1500);
+    QCOMPARE(bar->value(), 100);
+    QCOMPARE(changes, 0);  // the model moved it, not the user
+
+    bar->setValue(40);
+    QCOMPARE(model.value(), 600);
+    QCOMPARE(changes, 1);
+}
+
+QTEST_MAIN(BindingTest)
+#include "binding_test.moc"

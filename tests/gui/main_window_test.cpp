@@ -1,0 +1,414 @@
+// The main window on the simulated board, offscreen: user actions reach the handlers through
+// the widgets, and what the handlers change shows in the widgets.
+
+#include <QAction>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QtTest>
+#include <memory>
+
+#include "foundation/colors.h"
+#include "foundation/hex_text.h"
+#include "foundation/qt_binding.h"
+#include "registers/qt_main_window.h"
+#include "support/fakes.h"
+
+using namespace i2cbridge;
+using i2cbridge::testing::Rig;
+
+namespace {
+
+const QColor kLightGreen(0, 255, 0);
+const QColor kGreen(0, 128, 0);
+const QColor kLightRed(255, 0, 0);
+const QColor kBlack(0, 0, 0);
+
+// A rig with the main window shown on it.
+struct ShownWindow {
+    Rig rig;
+    MainWindowView view{*rig.wb, true};
+    int gpioShown = 0, aboutShown = 0, scriptShown = 0, ended = 0;
+
+    ShownWindow() {
+        rig.wb->windows.showGpioScreen = [this] { ++gpioShown; };
+        rig.wb->windows.showAbout = [this] { ++aboutShown; };
+        rig.wb->windows.showScriptWindow = [this] { ++scriptShown; };
+        rig.wb->windows.endProgram = [this] { ++ended; };
+        view.resize(view.fullSize());
+        view.show();
+    }
+    FrmI2CGeneral& m() { return view.model(); }
+    QColor lamp(const QString& name) { return view.control<LampWidget>(name)->color(); }
+    QLineEdit* box(const QString& name) { return view.control<QLineEdit>(name); }
+    QPushButton* button(const QString& name) { return view.control<QPushButton>(name); }
+    QString logShown() { return view.control<QPlainTextEdit>("Txtlog")->toPlainText(); }
+    void click(const QString& name) { QTest::mouseClick(button(name), Qt::LeftButton); }
+    void type(const QString& name, const QString& text) {
+        QLineEdit* edit = box(name);
+        edit->setFocus();
+        edit->selectAll();
+        QTest::keyClick(edit, Qt::Key_Delete);
+        QTest::keyClicks(edit, text);
+    }
+};
+
+// The handlers of the single-byte panel and the register table are built separately from the
+// window. Until they are in, an event that reaches them leaves no trace to check.
+bool PanelHandlersPresent() {
+    Rig probe;
+    probe.main().txtI2CAdr.setText("7");
+    probe.main().txtI2CAdr_LostFocus();
+    return probe.main().txtI2CAdr.text() == "07";
+}
+
+#define REQUIRE_PANEL_HANDLERS() \
+    if (!PanelHandlersPresent()) \
+    QSKIP("the single-byte panel and register table handlers are not in this build")
+
+}  // namespace
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+
+  private slots:
+    void usbConnectAndDisconnectPaintTheConnectionArea();
+    void connectWithoutBoardLightsTheLogLampRed();
+    void closeIsRefusedWhileTheConnectionIsOpen();
+    void modelChangesRepaintTheirWidgets();
+    void hiddenCellsKeepTheirPlaceInTheTable();
+    void typingReachesTheModel();
+    void readOnlyBoxesTakeNoTyping();
+    void clearLogEmptiesBothModelAndWidget();
+    void tabClickRunsTheTabHandler();
+    void menuItemsReachTheirHandlers();
+    void activationTakesTheI2CAddress();
+    void fullSizeFitsEveryControlWithoutScrollBars();
+    void scrollBarsMoveTheRegisterView();
+    void captionSuffixOnlyForTheSimulatedBoard();
+    void enterAndFocusLossReachTheEntryHandlers();
+    void clicksReachTheRowAndPanelHandlers();
+};
+
+void MainWindowTest::usbConnectAndDisconnectPaintTheConnectionArea() {
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+
+    w.click("cmdUSBConnect");
+    QVERIFY(w.rig.wb->usb.UsbOpen);
+    QCOMPARE(w.lamp("shpUSBCon(0)"), kLightGreen);
+    QCOMPARE(w.lamp("shpUSBCon(1)"), kBlack);
+    QCOMPARE(w.lamp("ShpHandleStatus"), kLightGreen);
+    QCOMPARE(w.lamp("shpLogStatus"), kLightGreen);
+    // The handle in decimal with the blank where a sign would be.
+    QCOMPARE(w.box("txthDriver")->text(),
+             QString::fromStdString(DecText(w.rig.wb->usb.DriverHandle)));
+    QVERIFY(w.box("txthDriver")->text().startsWith(' '));
+    QVERIFY(!w.button("cmdexit")->isVisible());
+    QVERIFY(!w.button("cbNoc")->isVisible());
+    const QString log = w.logShown();
+    QVERIFY(log.contains("Setting eventable up,  verifing that the device is attached..."));
+    QVERIFY(log.contains("DeviceAttach: Received and accepted attach for \nvendor ID &H"));
+    QVERIFY(!log.contains('\r'));
+
+    w.click("cmdUSBDisconnect");
+    QVERIFY(!w.rig.wb->usb.UsbOpen);
+    QCOMPARE(w.lamp("shpUSBCon(0)"), kBlack);
+    QCOMPARE(w.lamp("shpUSBCon(1)"), kLightGreen);
+    QCOMPARE(w.lamp("ShpHandleStatus"), kBlack);
+    QCOMPARE(w.box("txthDriver")->text(), QStringLiteral("Closed"));
+    QCOMPARE(w.button("cbNoc")->text(), QStringLiteral("USB Board Interface Closed"));
+    QVERIFY(w.button("cmdexit")->isVisible());
+}
+
+void MainWindowTest::connectWithoutBoardLightsTheLogLampRed() {
+    ShownWindow w;
+    w.rig.board.unplug();
+    w.click("cmdUSBConnect");
+    QCOMPARE(w.lamp("shpUSBCon(0)"), kLightGreen);
+    QCOMPARE(w.lamp("ShpHandleStatus"), kLightGreen);
+    QCOMPARE(w.lamp("shpLogStatus"), kLightRed);
+    QVERIFY(w.logShown().contains("WriteGPIOPipe: WDU_GetDeviceInfo() failed:"));
+}
+
+void MainWindowTest::closeIsRefusedWhileTheConnectionIsOpen() {
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+    const QString refusal =
+        QStringLiteral("Form will not close until USB Connection is closed. Click USB Disconnect");
+
+    w.click("cmdUSBConnect");
+    QVERIFY(!w.view.close());
+    QVERIFY(w.view.isVisible());
+    QCOMPARE(w.ended, 0);
+    QVERIFY(w.logShown().contains(refusal));
+    QVERIFY(!w.view.close());  // every try writes its line
+    QCOMPARE(w.logShown().count(refusal), 2);
+
+    w.click("cmdUSBDisconnect");
+    QVERIFY(w.view.close());
+    QCOMPARE(w.ended, 1);
+    w.click("cmdexit");  // Exit asks the same question
+    QCOMPARE(w.ended, 2);
+}
+
+void MainWindowTest::modelChangesRepaintTheirWidgets() {
+    ShownWindow w;
+    FrmI2CGeneral& m = w.m();
+
+    m.txtReadByte.setText("5A");
+    QCOMPARE(w.box("txtReadByte")->text(), QStringLiteral("5A"));
+
+    m.Shape1[7].setColor(qb::kLightRed);
+    QCOMPARE(w.lamp("Shape1(7)"), kLightRed);
+
+    QVERIFY(!w.view.control<QLabel>("lblNak")->isVisible());
+    m.Shape3.setVisible(true);
+    m.lblNak.setVisible(true);
+    QVERIFY(w.view.control<LampWidget>("Shape3")->isVisible());
+    QVERIFY(w.view.control<QLabel>("lblNak")->isVisible());
+
+    m.lblCommTest.setCaption("Good");
+    m.lblCommTest.setBackColor(0x008000);
+    auto* result = w.view.control<QLabel>("lblCommTest");
+    QCOMPARE(result->text(), QStringLiteral("Good"));
+    QVERIFY(result->autoFillBackground());
+    QCOMPARE(result->palette().color(QPalette::Window), kGreen);
+
+    m.ChKManUsbConn.setChecked(true);
+    QVERIFY(w.view.control<QCheckBox>("ChKManUsbConn")->isChecked());
+    QVERIFY(!w.rig.wb->usb.ManualUsbConnect);  // setting the box from code runs no handler
+
+    m.Caption.setCaption("mux.qrl - Quantrel I2CUSB");
+    QCOMPARE(w.view.windowTitle(), QStringLiteral("mux.qrl - Quantrel I2CUSB [simulated board]"));
+
+    m.SSTab1.setTab(1);
+    QCOMPARE(w.view.control<QTabWidget>("SSTab1")->currentIndex(), 1);
+
+    w.rig.wb->log.LogMessage("Already Opened");
+    QVERIFY(w.logShown().endsWith("Already Opened :11-18-2026 17:05:09\n\n"));
+}
+
+void MainWindowTest::hiddenCellsKeepTheirPlaceInTheTable() {
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+    auto* readLamp = w.view.control<LampWidget>("Shape1(20)");
+    auto* writeBox = w.box("txtBWrite(20)");
+    const QRect lampBefore = readLamp->geometry();
+    const QRect writeBefore = writeBox->geometry();
+
+    w.m().txtRdByte[20].setVisible(false);
+    w.m().shpBwrite[20].setVisible(false);
+    QApplication::processEvents();
+    QVERIFY(!w.box("txtRdByte(20)")->isVisible());
+    QVERIFY(!w.view.control<LampWidget>("shpBwrite(20)")->isVisible());
+    QCOMPARE(readLamp->geometry(), lampBefore);
+    QCOMPARE(writeBox->geometry(), writeBefore);
+}
+
+void MainWindowTest::typingReachesTheModel() {
+    ShownWindow w;
+    FrmI2CGeneral& m = w.m();
+
+    w.type("Reg_Desc(3)", "Control, ch 2");
+    QCOMPARE(m.Reg_Desc[3].text(), std::string("Control, ch 2"));
+    w.type("txtI2CAdr", "3c");
+    QCOMPARE(m.txtI2CAdr.text(), std::string("3c"));
+    w.type("txtBWrite(30)", "A5");
+    QCOMPARE(m.txtBWrite[30].text(), std::string("A5"));
+    w.type("Reg_Adr(0)", "");  // emptied: the row is inactive from now on
+    QCOMPARE(m.Reg_Adr[0].text(), std::string());
+
+    QTest::mouseClick(w.view.control<QCheckBox>("ChKManUsbConn"), Qt::LeftButton);
+    QVERIFY(m.ChKManUsbConn.checked());
+    QVERIFY(w.rig.wb->usb.ManualUsbConnect);  // the click handler ran after the state changed
+}
+
+void MainWindowTest::readOnlyBoxesTakeNoTyping() {
+    ShownWindow w;
+    for (const char* name : {"txtRdByte(4)", "txtReadByte", "txtTstReg(0)", "txthDriver"}) {
+        const QString before = w.box(name)->text();
+        QTest::keyClicks(w.box(name), "12");
+        QCOMPARE(w.box(name)->text(), before);
+    }
+    QCOMPARE(w.m().txtReadByte.text(), std::string("--"));
+}
+
+void MainWindowTest::clearLogEmptiesBothModelAndWidget() {
+    ShownWindow w;
+    QVERIFY(!w.logShown().isEmpty());  // the start-up probe's lines
+    w.m().SSTab1.setTab(1);
+    w.click("cmdClearLog");
+    QVERIFY(w.m().Txtlog.text().empty());
+    QVERIFY(w.logShown().isEmpty());
+    w.rig.wb->log.LogMessage("Already Opened");
+    QVERIFY(w.logShown().startsWith("Already Opened :"));
+}
+
+void MainWindowTest::tabClickRunsTheTabHandler() {
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+    QTabBar* bar = w.view.control<QTabWidget>("SSTab1")->tabBar();
+    const long yields = w.rig.pump.yields;
+    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(1).center());
+    QCOMPARE(w.m().SSTab1.tab(), 1);
+    QCOMPARE(w.rig.pump.yields - yields, 2);  // the tab handler yields twice
+    QVERIFY(w.view.control<QPlainTextEdit>("Txtlog")->isVisible());
+}
+
+void MainWindowTest::menuItemsReachTheirHandlers() {
+    ShownWindow w;
+    auto trigger = [&w](const char* name) { w.view.control<QAction>(name)->trigger(); };
+
+    trigger("mnuGPIO");
+    QCOMPARE(w.gpioShown, 1);
+    QVERIFY(w.rig.wb->hasGpioScreen());
+    trigger("frmAbout");
+    QCOMPARE(w.aboutShown, 1);
+
+    // Opening a script window drops a manual connection and unticks the box first.
+    QTest::mouseClick(w.view.control<QCheckBox>("ChKManUsbConn"), Qt::LeftButton);
+    w.click("cmdUSBConnect");
+    trigger("mnu_ScriptShow");
+    QCOMPARE(w.scriptShown, 1);
+    QVERIFY(!w.rig.wb->usb.UsbOpen);
+    QVERIFY(!w.view.control<QCheckBox>("ChKManUsbConn")->isChecked());
+    QVERIFY(!w.rig.wb->usb.ManualUsbConnect);
+
+    const auto menuTexts = [&w](const char* name) {
+        QStringList texts;
+        for (QAction* a : w.view.control<QMenu>(name)->actions()) texts << a->text();
+        return texts;
+    };
+    QCOMPARE(menuTexts("mnuFileProcess"), (QStringList{"Open", "Save"}));
+    QCOMPARE(menuTexts("mnuOPen"),
+             (QStringList{"Comm Register Definitions", "Script Execution", "GPIO Screen"}));
+}
+
+void MainWindowTest::activationTakesTheI2CAddress() {
+    ShownWindow w;
+    w.m().txtI2CAdr.setText("3C");
+    QCOMPARE(w.rig.wb->i2c.I2CWriteAddress, 0x60);
+    QEvent activate(QEvent::WindowActivate);
+    QApplication::sendEvent(&w.view, &activate);
+    QCOMPARE(w.rig.wb->i2c.I2CWriteAddress, 0x3C);
+    QCOMPARE(w.rig.wb->i2c.I2CReadAddress, 0x3D);
+    QCOMPARE(w.rig.wb->usb.CurrentForm, static_cast<Form*>(&w.m()));
+}
+
+void MainWindowTest::fullSizeFitsEveryControlWithoutScrollBars() {
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+    QTRY_COMPARE(w.view.size(), w.view.fullSize());
+    QVERIFY(!w.view.control<QScrollBar>("VScroll1")->isVisible());
+    QVERIFY(!w.view.control<QScrollBar>("HScroll1")->isVisible());
+    // The last row and the buttons under the table lie inside the viewport.
+    auto* viewport = w.view.control<QWidget>("pbouter");
+    for (const char* name : {"Shape1(31)", "cmdexit", "cmdAppsSet", "Shape1(15)"}) {
+        QWidget* widget = w.view.control<QWidget>(name);
+        const QRect inViewport(widget->mapTo(viewport, QPoint(0, 0)), widget->size());
+        QVERIFY2(viewport->rect().contains(inViewport), name);
+    }
+}
+
+void MainWindowTest::scrollBarsMoveTheRegisterView() {
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+    auto* vbar = w.view.control<QScrollBar>("VScroll1");
+    auto* hbar = w.view.control<QScrollBar>("HScroll1");
+    auto* content = w.view.control<QWidget>("pbinner");
+
+    w.view.resize(700, 450);
+    QTRY_VERIFY(vbar->isVisible());
+    QVERIFY(hbar->isVisible());
+    FrmI2CGeneral& m = w.m();
+    QCOMPARE(vbar->maximum(), m.VScroll1.max() / kTwipsPerPixel);
+    QCOMPARE(m.VScroll1.max(), m.pbinner.rect().height - m.pbouter.rect().height);
+    // The bars sit on the right and bottom edges of the page, clear of the view.
+    QCOMPARE(vbar->geometry().right() + 1, vbar->parentWidget()->width());
+    QVERIFY(w.view.control<QWidget>("PbForm")->geometry().right() < vbar->geometry().left());
+
+    vbar->setValue(40);
+    QCOMPARE(m.VScroll1.value(), 40 * kTwipsPerPixel);
+    QCOMPARE(content->y(), -40);
+    const long yields = w.rig.pump.yields;
+    hbar->setValue(30);
+    QCOMPARE(content->x(), -30);
+    QCOMPARE(w.rig.pump.yields - yields, 1);  // the horizontal handler yields first
+
+    // Grown back to full size: the bars go, and the view is not left scrolled.
+    w.view.resize(w.view.fullSize());
+    QTRY_VERIFY(!vbar->isVisible());
+    QVERIFY(!hbar->isVisible());
+    QCOMPARE(content->pos(), QPoint(0, 0));
+}
+
+void MainWindowTest::captionSuffixOnlyForTheSimulatedBoard() {
+    Rig rig;
+    MainWindowView view(*rig.wb, false);
+    QCOMPARE(view.windowTitle(), QStringLiteral("Quantrel I2C Communications Software"));
+}
+
+void MainWindowTest::enterAndFocusLossReachTheEntryHandlers() {
+    REQUIRE_PANEL_HANDLERS();
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+
+    w.type("txtI2CAdr", "7");
+    QTest::keyClick(w.box("txtI2CAdr"), Qt::Key_Return);
+    QCOMPARE(w.box("txtI2CAdr")->text(), QStringLiteral("07"));
+    QVERIFY(!w.m().lblCommTest.caption().empty());  // the communications test ran
+
+    w.type("txtUserRegAdr", "zz");
+    QTest::keyClick(w.box("txtUserRegAdr"), Qt::Key_Return);
+    QCOMPARE(w.box("txtUserRegAdr")->text(), QStringLiteral("00"));
+    w.type("txtsbwr(0)", "1FF");
+    QTest::keyClick(w.box("txtsbwr(0)"), Qt::Key_Return);
+    QCOMPARE(w.box("txtsbwr(0)")->text(), QStringLiteral("--"));
+    w.type("txtBWrite(4)", "100");
+    QTest::keyClick(w.box("txtBWrite(4)"), Qt::Key_Return);
+    QCOMPARE(w.box("txtBWrite(4)")->text(), QStringLiteral("--"));
+    QCOMPARE(w.logShown().count("Invalid Write Value"), 2);
+
+    // Leaving the address box for another window leaves it as typed; for another box, commits.
+    w.type("txtI2CAdr", "a");
+    QFocusEvent otherWindow(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    QApplication::sendEvent(w.box("txtI2CAdr"), &otherWindow);
+    QCOMPARE(w.box("txtI2CAdr")->text(), QStringLiteral("a"));
+    QFocusEvent nextBox(QEvent::FocusOut, Qt::TabFocusReason);
+    QApplication::sendEvent(w.box("txtI2CAdr"), &nextBox);
+    QCOMPARE(w.box("txtI2CAdr")->text(), QStringLiteral("0A"));
+    QCOMPARE(w.rig.wb->i2c.I2CWriteAddress, 0x0A);
+}
+
+void MainWindowTest::clicksReachTheRowAndPanelHandlers() {
+    REQUIRE_PANEL_HANDLERS();
+    ShownWindow w;
+    QVERIFY(QTest::qWaitForWindowExposed(&w.view));
+    w.type("txtBWrite(5)", "100");
+    QTest::mouseDClick(w.box("txtBWrite(5)"), Qt::LeftButton);
+    QCOMPARE(w.box("txtBWrite(5)")->text(), QStringLiteral("--"));
+
+    // Register 2 of the device at 60 holds its identifier.
+    QTest::mouseClick(w.box("txtRdByte(2)"), Qt::LeftButton);
+    QCOMPARE(w.box("txtRdByte(2)")->text(), QStringLiteral("5A"));
+    QCOMPARE(w.lamp("Shape1(2)"), kLightGreen);
+
+    w.type("txtUserRegAdr", "02");
+    w.click("cmdRead");
+    QCOMPARE(w.box("txtReadByte")->text(), QStringLiteral("5A"));
+    QVERIFY(w.view.control<QLabel>("lblNak")->isVisible());
+    w.click("Command7");
+    QCOMPARE(w.box("txtBWrite(2)")->text(), QStringLiteral("5A"));
+    w.click("cmdTestComm");
+    QCOMPARE(w.view.control<QLabel>("lblCommTest")->text(), QStringLiteral("Good"));
+}
+
+QTEST_MAIN(MainWindowTest)
+#include "main_window_test.moc"

@@ -1,0 +1,79 @@
+// The startup window: it never shows itself, brings up the main window, and its device menu
+// does nothing.
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QtTest>
+
+#include "registers/qt_main_window.h"
+#include "shell/qt_startup_window.h"
+#include "support/fakes.h"
+
+using namespace i2cbridge;
+using i2cbridge::testing::Rig;
+
+class StartupWindowTest : public QObject {
+    Q_OBJECT
+
+  private slots:
+    void loadHidesItselfAndShowsTheMainWindow();
+    void secondLoadKeepsTheOneMainWindow();
+    void deviceEntriesDoNothing();
+};
+
+void StartupWindowTest::loadHidesItselfAndShowsTheMainWindow() {
+    Rig rig;
+    StartupWindow startup(*rig.wb, true);
+    QCOMPARE(startup.windowTitle(), QStringLiteral("Quantrel I2C Video Mux Control Software"));
+    QVERIFY(startup.mainWindow() == nullptr);
+    QVERIFY(!rig.wb->hasMainWindow());
+
+    startup.Form_Load();
+    QVERIFY(!startup.isVisible());
+    MainWindowView* main = startup.mainWindow();
+    QVERIFY(main != nullptr);
+    QVERIFY(main->isVisible());
+    QVERIFY(rig.wb->hasMainWindow());
+    QCOMPARE(main->windowTitle(),
+             QStringLiteral("Quantrel I2C Communications Software [simulated board]"));
+    // The main window's load ran: the start-up probe wrote its lines.
+    QVERIFY(rig.log().find("Setting eventable up,") != std::string::npos);
+}
+
+void StartupWindowTest::secondLoadKeepsTheOneMainWindow() {
+    Rig rig;
+    StartupWindow startup(*rig.wb, false);
+    startup.Form_Load();
+    MainWindowView* first = startup.mainWindow();
+    const std::string log = rig.log();
+    startup.Form_Load();
+    QCOMPARE(startup.mainWindow(), first);
+    QCOMPARE(rig.log(), log);  // no second load, no second probe
+    QCOMPARE(first->windowTitle(), QStringLiteral("Quantrel I2C Communications Software"));
+}
+
+void StartupWindowTest::deviceEntriesDoNothing() {
+    Rig rig;
+    StartupWindow startup(*rig.wb, true);
+    startup.Form_Load();
+    auto* devices = startup.findChild<QMenu*>("MnuDevSel1");
+    QVERIFY(devices != nullptr);
+    QCOMPARE(devices->title(), QStringLiteral("Device Select"));
+    QCOMPARE(devices->actions().size(), 6);
+
+    const std::string log = rig.log();
+    const int frames = static_cast<int>(rig.sent().size());
+    const auto windowsBefore = QApplication::topLevelWidgets().size();
+    for (QAction* entry : devices->actions()) {
+        QVERIFY(!entry->text().isEmpty());
+        entry->trigger();
+    }
+    QCOMPARE(rig.log(), log);
+    QCOMPARE(static_cast<int>(rig.sent().size()), frames);
+    QCOMPARE(QApplication::topLevelWidgets().size(), windowsBefore);
+    QVERIFY(startup.findChild<QAction*>("mnuAbout") != nullptr);
+}
+
+QTEST_MAIN(StartupWindowTest)
+#include "startup_window_test.moc"
