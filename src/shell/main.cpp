@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QTimer>
 #include <cstdio>
@@ -54,8 +55,21 @@ int SaveScreenshots(MainWindowView& view, const QString& folder) {
     m.SSTab1.setTab(1);
     ok = Save(view, dir, "main-log.png") && ok;
     m.SSTab1.setTab(0);
+    const QSize full = view.size();
     view.resize(760, 520);
     ok = Save(view, dir, "main-small.png") && ok;
+    view.resize(full);
+
+    // A register table loaded from the example definitions file, written and read back.
+    const QString example = QDir(QCoreApplication::applicationDirPath())
+                                .filePath(QStringLiteral("../docs/examples/video_mux.qrl"));
+    if (QFileInfo::exists(example)) {
+        m.cdldialog.setFileName(QFileInfo(example).canonicalFilePath().toStdString());
+        m.Read_Param_File();
+        m.cmdwriteAll_Click();
+        m.cmdReadRegs_Click();
+        ok = Save(view, dir, "main-registers.png") && ok;
+    }
     return ok ? 0 : 1;
 }
 
