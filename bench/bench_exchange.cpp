@@ -57,8 +57,12 @@ void BM_LogAppend(benchmark::State& state) {
     state.SetComplexityN(n);
     state.SetItemsProcessed(state.iterations() * n);
 }
-BENCHMARK(BM_LogAppend)->Arg(10000)->Arg(100000)->Arg(1000000)->Complexity()->Unit(
-    benchmark::kMillisecond);
+BENCHMARK(BM_LogAppend)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Complexity()
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace i2cbridge

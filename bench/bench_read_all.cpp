@@ -25,18 +25,18 @@ namespace {
 // A pump that only delivers the board's attach and detach events, as the program's event loop
 // does; nothing else is waiting to run.
 class BenchPump : public UiPump {
-  public:
+public:
     explicit BenchPump(BoardDriver& driver) : driver_(driver) {}
     void yield() override { driver_.deliverEvents(); }
     void sleepMs(int) override {}
     DateTime now() override { return {2026, 11, 18, 17, 5, 9}; }
 
-  private:
+private:
     BoardDriver& driver_;
 };
 
 class NoDialogs : public Dialogs {
-  public:
+public:
     Answer messageBox(const std::string&, const std::string&, Buttons) override {
         return Answer::Ok;
     }

@@ -21,7 +21,7 @@ std::string ErrorText(int error) {
 
 // Removes the half-written file on every way out that does not rename it.
 class TemporaryFile {
-  public:
+public:
     TemporaryFile() = default;
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;

@@ -14,7 +14,7 @@
 namespace i2cbridge {
 
 class Control {
-  public:
+public:
     // Set by the view that shows this control; at most one view per control.
     std::function<void()> onChange;
 
@@ -25,7 +25,7 @@ class Control {
     const std::string& toolTip() const { return toolTip_; }
     void setToolTip(std::string_view t) { assignText(toolTip_, t); }
 
-  protected:
+protected:
     template <class T>
     void assign(T& member, const T& value) {
         if (member == value) return;
@@ -41,14 +41,14 @@ class Control {
         if (onChange) onChange();
     }
 
-  private:
+private:
     bool visible_ = true;
     bool enabled_ = true;
     std::string toolTip_;
 };
 
 class TextBox : public Control {
-  public:
+public:
     TextBox() = default;
     explicit TextBox(std::string_view text, std::string_view tip = {}) : text_(text) {
         setToolTip(tip);
@@ -56,7 +56,7 @@ class TextBox : public Control {
     const std::string& text() const { return text_; }
     void setText(std::string_view t) { assignText(text_, t); }
 
-  private:
+private:
     std::string text_;
 };
 
@@ -64,7 +64,7 @@ class TextBox : public Control {
 using RgbColor = std::optional<uint32_t>;
 
 class Label : public Control {
-  public:
+public:
     Label() = default;
     explicit Label(std::string_view caption) : caption_(caption) {}
     const std::string& caption() const { return caption_; }
@@ -74,7 +74,7 @@ class Label : public Control {
     RgbColor foreColor() const { return fore_; }  // nullopt: the system's button-text colour
     void setForeColor(RgbColor c) { assign(fore_, c); }
 
-  private:
+private:
     std::string caption_;
     RgbColor back_;
     RgbColor fore_;
@@ -82,18 +82,18 @@ class Label : public Control {
 
 // A filled shape used as a status lamp. Its colour is a QBColor palette index.
 class Lamp : public Control {
-  public:
+public:
     // The colour the lamp has before any handler paints it (its design colour).
     static constexpr int kDesignColor = -1;
     int color() const { return color_; }
     void setColor(int qbColorIndex) { assign(color_, qbColorIndex); }
 
-  private:
+private:
     int color_ = kDesignColor;
 };
 
 class Button : public Control {
-  public:
+public:
     Button() = default;
     explicit Button(std::string_view caption, std::string_view tip = {}) : caption_(caption) {
         setToolTip(tip);
@@ -101,12 +101,12 @@ class Button : public Control {
     const std::string& caption() const { return caption_; }
     void setCaption(std::string_view c) { assignText(caption_, c); }
 
-  private:
+private:
     std::string caption_;
 };
 
 class CheckBox : public Control {
-  public:
+public:
     CheckBox() = default;
     explicit CheckBox(std::string_view caption, bool checked = false, std::string_view tip = {})
         : caption_(caption), checked_(checked) {
@@ -117,7 +117,7 @@ class CheckBox : public Control {
     // Changes the state only; whoever sets it decides whether the click handler runs.
     void setChecked(bool c) { assign(checked_, c); }
 
-  private:
+private:
     std::string caption_;
     bool checked_ = false;
 };
@@ -125,7 +125,7 @@ class CheckBox : public Control {
 // The multi-line log box. It only grows at the end or is emptied, so the view is told what
 // was appended instead of re-reading the whole text: appending stays O(1) amortised.
 class LogBox : public Control {
-  public:
+public:
     std::function<void(std::string_view appended)> onAppend;
     std::function<void()> onClear;
 
@@ -139,17 +139,17 @@ class LogBox : public Control {
         if (onClear) onClear();
     }
 
-  private:
+private:
     std::string text_;
 };
 
 // A tab control: which page is current.
 class TabControl : public Control {
-  public:
+public:
     int tab() const { return tab_; }
     void setTab(int t) { assign(tab_, t); }
 
-  private:
+private:
     int tab_ = 0;
 };
 
@@ -167,17 +167,17 @@ struct Rect {
 };
 
 class Box : public Control {
-  public:
+public:
     const Rect& rect() const { return rect_; }
     void setRect(const Rect& r) { assign(rect_, r); }
 
-  private:
+private:
     Rect rect_;
 };
 
 // A scroll bar: value and range in the window's own units (twips).
 class ScrollBar : public Box {
-  public:
+public:
     int value() const { return value_; }
     void setValue(int v) { assign(value_, v); }
     int max() const { return max_; }
@@ -187,7 +187,7 @@ class ScrollBar : public Box {
     int smallChange() const { return small_; }
     void setSmallChange(int s) { assign(small_, s); }
 
-  private:
+private:
     int value_ = 0;
     int max_ = 0;
     int large_ = 1;

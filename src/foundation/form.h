@@ -7,7 +7,7 @@ namespace i2cbridge {
 // A window model. The connection paints the attach lamp of whichever window is current; only
 // the main window has one.
 class Form {
-  public:
+public:
     virtual ~Form() = default;
     virtual Lamp* attachLamp() { return nullptr; }
 };

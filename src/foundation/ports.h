@@ -19,7 +19,7 @@ struct DateTime {
 };
 
 class UiPump {
-  public:
+public:
     virtual ~UiPump() = default;
     // Processes pending events (clicks, board attach and detach) and returns. Handlers of
     // those events run inside this call, on the same thread.
@@ -46,7 +46,7 @@ struct FileDialogState {
 };
 
 class Dialogs {
-  public:
+public:
     enum class Buttons { Ok, OkCancel };
     enum class Answer { Ok, Cancel };
     virtual ~Dialogs() = default;

@@ -26,7 +26,7 @@ void AppendLogLine(LogBox& box, std::string_view text, std::string_view suffix, 
 // The program log and the error flag behind its lamp. It finds its panel through a callback
 // because the panel lives in the main window, which is created on first reference.
 class ProgramLog {
-  public:
+public:
     ProgramLog(UiPump& clock, const ColorSet& colors, std::function<LogPanel&()> panel);
 
     // Set by LogError; cleared by successful USB steps and by the main window's load.
@@ -36,7 +36,7 @@ class ProgramLog {
     void LogError(std::string_view text);
     void LogNote(std::string_view text);
 
-  private:
+private:
     UiPump& clock_;
     const ColorSet& colors_;
     std::function<LogPanel&()> panel_;

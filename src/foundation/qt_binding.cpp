@@ -46,17 +46,17 @@ void ApplyCommon(const Control& model, QWidget* widget) {
 }
 
 class EventHook : public QObject {
-  public:
+public:
     EventHook(QObject* parent, QEvent::Type type, std::function<void()> action)
         : QObject(parent), type_(type), action_(std::move(action)) {}
 
-  protected:
+protected:
     bool eventFilter(QObject*, QEvent* event) override {
         if (event->type() == type_) action_();
         return false;
     }
 
-  private:
+private:
     QEvent::Type type_;
     std::function<void()> action_;
 };

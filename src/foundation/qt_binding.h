@@ -23,16 +23,16 @@ namespace i2cbridge {
 
 // A filled circle with a thin border: the status lamps.
 class LampWidget : public QWidget {
-  public:
+public:
     explicit LampWidget(QWidget* parent = nullptr, int diameter = 14);
     void setColor(const QColor& c);
     QColor color() const { return color_; }
     QSize sizeHint() const override;
 
-  protected:
+protected:
     void paintEvent(QPaintEvent*) override;
 
-  private:
+private:
     QColor color_;
     int diameter_;
 };

@@ -16,19 +16,19 @@ namespace i2cbridge {
 // arrive inside a handler's yields as they would in the program's message loop. Between
 // handlers a timer delivers board events too, so an unplug is logged when nothing runs.
 class QtPump : public UiPump {
-  public:
+public:
     explicit QtPump(BoardDriver& driver);
     void yield() override;
     void sleepMs(int milliseconds) override;
     DateTime now() override;
 
-  private:
+private:
     BoardDriver& driver_;
     QTimer idleDelivery_;
 };
 
 class QtDialogs : public Dialogs {
-  public:
+public:
     Answer messageBox(const std::string& text, const std::string& title, Buttons buttons) override;
     bool openFile(FileDialogState& state) override;
     bool saveFile(FileDialogState& state) override;
@@ -36,7 +36,7 @@ class QtDialogs : public Dialogs {
     // Window the dialogs are centred on.
     QWidget* parent = nullptr;
 
-  private:
+private:
     bool show(FileDialogState& state, bool save);
 };
 

@@ -15,7 +15,7 @@ namespace i2cbridge {
 class Workbench;
 
 class FrmGPIO : public Form {
-  public:
+public:
     explicit FrmGPIO(Workbench& wb);
 
     Label Caption{"GPIO Control"};
@@ -52,7 +52,7 @@ class FrmGPIO : public Form {
 
     static constexpr uint32_t kAnswerLength = 25;
 
-  private:
+private:
     void writeAndReadBack(bool withEnables);
 
     Workbench& wb_;

@@ -30,7 +30,7 @@ QString Name(const char* base, int index) {
 }
 
 class GpioWindow : public QWidget {
-  public:
+public:
     explicit GpioWindow(Workbench& wb) : wb_(wb), model_(wb.gpioScreen()) {
         setObjectName("frmGPIO");
         // Only the main window keeps the program running.
@@ -40,7 +40,7 @@ class GpioWindow : public QWidget {
 
     ~GpioWindow() override { model_.Caption.onChange = nullptr; }
 
-  protected:
+protected:
     // The screen's controls go with the window; GpioState stays with the Workbench. A handler
     // of this model may still be running in a yield, so the Workbench keeps the model itself,
     // and the window waits for the handler to return before it goes: the button that started
@@ -56,7 +56,7 @@ class GpioWindow : public QWidget {
         }
     }
 
-  private:
+private:
     // Runs a handler of the model while the window counts it as running.
     void run(const std::function<void()>& handler) {
         ++running_;

@@ -30,7 +30,7 @@ inline constexpr int kRegisterRows = 32;
 inline constexpr int kKeyEnter = 13;
 
 class FrmI2CGeneral : public Form, public LogPanel, public ConnectionPanel {
-  public:
+public:
     explicit FrmI2CGeneral(Workbench& wb);
 
     Lamp* attachLamp() override { return &ShpAttach; }

@@ -48,8 +48,8 @@ std::vector<uint8_t> SingleRegisterRead(UsbConnection& usb, I2CState& i2c, uint8
                        static_cast<std::size_t>(i2c.ReadByteCount + 1));
 }
 
-std::vector<uint8_t> SingleRegisterWrite(UsbConnection& usb, I2CState& i2c,
-                                         uint8_t writeAddress, uint8_t reg, uint8_t data) {
+std::vector<uint8_t> SingleRegisterWrite(UsbConnection& usb, I2CState& i2c, uint8_t writeAddress,
+                                         uint8_t reg, uint8_t data) {
     i2c.WriteByteCount = 1;
     const uint8_t regBytes[] = {reg};
     const uint8_t dataBytes[] = {data};

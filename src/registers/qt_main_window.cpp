@@ -108,7 +108,7 @@ QPushButton* MakeButton(const QString& name) {
 // The general page reports the size that shows every control without scroll bars, so the
 // window's own size hint is the size that fits the whole register view.
 class ScrollPage : public QWidget {
-  public:
+public:
     std::function<QSize()> hint;
     QSize sizeHint() const override { return hint ? hint() : QWidget::sizeHint(); }
 };

@@ -14,7 +14,7 @@ class Workbench;
 class FrmI2CGeneral;
 
 class MainWindowView : public QMainWindow {
-  public:
+public:
     // simulatedBoard adds " [simulated board]" to the caption the model gives.
     MainWindowView(Workbench& wb, bool simulatedBoard, QWidget* parent = nullptr);
 
@@ -27,11 +27,11 @@ class MainWindowView : public QMainWindow {
     // Where the window fits all of its controls without scroll bars.
     QSize fullSize() const;
 
-  protected:
+protected:
     bool event(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
-  private:
+private:
     QWidget* buildGeneralPage();
     QWidget* buildLogPage();
     QWidget* buildConnectionArea();

@@ -55,14 +55,14 @@ struct RegisterDefinitions {
 
 // Pulls fields one by one from a stream.
 class RegisterFieldReader {
-  public:
+public:
     explicit RegisterFieldReader(std::istream& in) : in_(in) {}
 
     // The next field, or nothing when the input ended (or failed) before another field
     // began. Blanks alone before the end of the input are no field.
     std::optional<std::string> next();
 
-  private:
+private:
     std::istream& in_;
 };
 

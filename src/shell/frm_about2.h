@@ -35,7 +35,7 @@ const std::vector<SystemInfoProgram>& DesktopSystemInfoPrograms();
 inline constexpr const char* kSysInfoUnavailable = "System Information Is Unavailable At This Time";
 
 class FrmAbout2 : public Form {
-  public:
+public:
     FrmAbout2(Workbench& wb, SystemInfoLauncher& launcher);
 
     Label Caption{"About Application"};
@@ -59,7 +59,7 @@ class FrmAbout2 : public Form {
     bool GetKeyValue(uint32_t KeyRoot, const std::string& KeyName, const std::string& SubKeyRef,
                      std::string& KeyVal);
 
-  private:
+private:
     // Starts the program, or logs that system information is unavailable.
     void start(const std::string& program, const std::vector<std::string>& args);
     void reportUnavailable();

@@ -52,7 +52,7 @@ QPixmap MakeLogo(int size) {
 }
 
 class AboutBoxWindow : public QWidget {
-  public:
+public:
     AboutBoxWindow(Workbench& wb, std::unique_ptr<SystemInfoLauncher> launcher)
         : launcher_(std::move(launcher)), model_(wb, *launcher_) {
         setObjectName("frmAbout2");
@@ -72,7 +72,7 @@ class AboutBoxWindow : public QWidget {
         qDeleteAll(findChildren<QWidget*>(Qt::FindDirectChildrenOnly));
     }
 
-  private:
+private:
     QLabel* label(Label& model, const char* name) {
         auto* w = new QLabel(this);
         w->setObjectName(name);

@@ -13,7 +13,7 @@ class Workbench;
 class MainWindowView;
 
 class StartupWindow : public QMainWindow {
-  public:
+public:
     StartupWindow(Workbench& wb, bool simulatedBoard);
     ~StartupWindow() override;
 
@@ -21,7 +21,7 @@ class StartupWindow : public QMainWindow {
     void Form_Load();
     MainWindowView* mainWindow() const { return main_.get(); }
 
-  private:
+private:
     Workbench& wb_;
     bool simulated_;
     std::unique_ptr<MainWindowView> main_;

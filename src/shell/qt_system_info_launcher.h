@@ -7,7 +7,7 @@ namespace i2cbridge {
 // The launcher on this platform: there is no registry, so every key fails to open; programs
 // are found on PATH and started detached, so they stay open when this program ends.
 class QtSystemInfoLauncher : public SystemInfoLauncher {
-  public:
+public:
     bool openKey(uint32_t root, const std::string& keyName, uint32_t access,
                  KeyHandle& key) override;
     bool queryValue(KeyHandle key, const std::string& valueName, std::size_t bufferSize,

@@ -21,7 +21,7 @@ inline constexpr std::size_t kValueBufferSize = 1024;
 }  // namespace registry
 
 class SystemInfoLauncher {
-  public:
+public:
     using KeyHandle = uint64_t;
     virtual ~SystemInfoLauncher() = default;
 

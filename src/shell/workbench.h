@@ -31,7 +31,7 @@ struct WindowRequests {
 };
 
 class Workbench {
-  public:
+public:
     Workbench(BoardDriver& driver, UiPump& pump, Dialogs& dialogs);
     ~Workbench();
     Workbench(const Workbench&) = delete;
@@ -58,7 +58,7 @@ class Workbench {
     // handlers, which still runs on it.
     void unloadGpioScreen();
 
-  private:
+private:
     std::unique_ptr<FrmI2CGeneral> main_;
     std::unique_ptr<FrmGPIO> gpio_;
     std::vector<std::unique_ptr<FrmGPIO>> retiredGpio_;

@@ -4,28 +4,49 @@ namespace i2cbridge {
 
 std::string usb_status::Name(int32_t status) {
     switch (status) {
-        case kSuccess: return "LIBUSB_SUCCESS / LIBUSB_TRANSFER_COMPLETED";
-        case kIo: return "LIBUSB_ERROR_IO";
-        case kInvalidParam: return "LIBUSB_ERROR_INVALID_PARAM";
-        case kAccess: return "LIBUSB_ERROR_ACCESS";
-        case kNoDevice: return "LIBUSB_ERROR_NO_DEVICE";
-        case kNotFound: return "LIBUSB_ERROR_NOT_FOUND";
-        case kBusy: return "LIBUSB_ERROR_BUSY";
-        case kTimeout: return "LIBUSB_ERROR_TIMEOUT";
-        case kOverflow: return "LIBUSB_ERROR_OVERFLOW";
-        case kPipe: return "LIBUSB_ERROR_PIPE";
-        case kInterrupted: return "LIBUSB_ERROR_INTERRUPTED";
-        case kNoMem: return "LIBUSB_ERROR_NO_MEM";
-        case kNotSupported: return "LIBUSB_ERROR_NOT_SUPPORTED";
-        case kOther: return "LIBUSB_ERROR_OTHER";
+        case kSuccess:
+            return "LIBUSB_SUCCESS / LIBUSB_TRANSFER_COMPLETED";
+        case kIo:
+            return "LIBUSB_ERROR_IO";
+        case kInvalidParam:
+            return "LIBUSB_ERROR_INVALID_PARAM";
+        case kAccess:
+            return "LIBUSB_ERROR_ACCESS";
+        case kNoDevice:
+            return "LIBUSB_ERROR_NO_DEVICE";
+        case kNotFound:
+            return "LIBUSB_ERROR_NOT_FOUND";
+        case kBusy:
+            return "LIBUSB_ERROR_BUSY";
+        case kTimeout:
+            return "LIBUSB_ERROR_TIMEOUT";
+        case kOverflow:
+            return "LIBUSB_ERROR_OVERFLOW";
+        case kPipe:
+            return "LIBUSB_ERROR_PIPE";
+        case kInterrupted:
+            return "LIBUSB_ERROR_INTERRUPTED";
+        case kNoMem:
+            return "LIBUSB_ERROR_NO_MEM";
+        case kNotSupported:
+            return "LIBUSB_ERROR_NOT_SUPPORTED";
+        case kOther:
+            return "LIBUSB_ERROR_OTHER";
         // libusb names its transfer outcomes too; no call returns them, but the text is libusb's.
-        case 1: return "LIBUSB_TRANSFER_ERROR";
-        case 2: return "LIBUSB_TRANSFER_TIMED_OUT";
-        case 3: return "LIBUSB_TRANSFER_CANCELLED";
-        case 4: return "LIBUSB_TRANSFER_STALL";
-        case 5: return "LIBUSB_TRANSFER_NO_DEVICE";
-        case 6: return "LIBUSB_TRANSFER_OVERFLOW";
-        default: return "**UNKNOWN**";
+        case 1:
+            return "LIBUSB_TRANSFER_ERROR";
+        case 2:
+            return "LIBUSB_TRANSFER_TIMED_OUT";
+        case 3:
+            return "LIBUSB_TRANSFER_CANCELLED";
+        case 4:
+            return "LIBUSB_TRANSFER_STALL";
+        case 5:
+            return "LIBUSB_TRANSFER_NO_DEVICE";
+        case 6:
+            return "LIBUSB_TRANSFER_OVERFLOW";
+        default:
+            return "**UNKNOWN**";
     }
 }
 

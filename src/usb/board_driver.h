@@ -88,7 +88,7 @@ struct DriverEvents {
 };
 
 class BoardDriver {
-  public:
+public:
     virtual ~BoardDriver() = default;
 
     // Starts the library with one match entry. Boards already plugged in are announced too,

@@ -44,7 +44,7 @@ struct WireFrame {
 };
 
 class BoardModel {
-  public:
+public:
     static constexpr uint8_t kIdentifierRegister = 2;
     static constexpr uint8_t kIdentifier = 0x5A;  // what register 2 of the default device holds
     static constexpr std::size_t kGpioAnswerLength = 25;
@@ -69,7 +69,7 @@ class BoardModel {
     void clearSent() { sent_.clear(); }
     void setRecording(bool on) { recording_ = on; }
 
-  private:
+private:
     void i2cRequest(std::span<const uint8_t> frame);
     void gpioFrame(std::span<const uint8_t> frame);
     std::array<uint8_t, 4> gpioState() const;

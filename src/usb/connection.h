@@ -45,7 +45,7 @@ struct DriverContextRecord {
 };
 
 class UsbConnection {
-  public:
+public:
     static constexpr int kAttachWaitYields = 10000;
 
     UsbConnection(BoardDriver& driver, UiPump& pump, ProgramLog& log, const ColorSet& colors);
@@ -96,7 +96,7 @@ class UsbConnection {
 
     BoardDriver& driver() { return driver_; }
 
-  private:
+private:
     void open(ConnectionPanel* panel);
     void close(ConnectionPanel* panel);
     void pipeTransfer(bool read);

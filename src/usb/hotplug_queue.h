@@ -14,7 +14,7 @@ namespace i2cbridge {
 
 template <typename Device>
 class HotplugQueue {
-  public:
+public:
     struct Event {
         bool arrived;  // false: the device left
         Device device;
@@ -58,7 +58,7 @@ class HotplugQueue {
         return false;
     }
 
-  private:
+private:
     mutable std::mutex mutex_;
     std::vector<Event> events_;
     std::atomic<bool> pending_{false};

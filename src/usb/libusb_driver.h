@@ -58,7 +58,7 @@ UsbDeviceInfo DeviceInfoFromDescriptors(const libusb_device_descriptor& device,
 std::string OpenFailureNotice(int32_t status);
 
 class LibusbDriver : public BoardDriver {
-  public:
+public:
     explicit LibusbDriver(LibusbDriverOptions options = {});
     ~LibusbDriver() override;
     LibusbDriver(const LibusbDriver&) = delete;
@@ -81,7 +81,7 @@ class LibusbDriver : public BoardDriver {
     // Boards opened and announced, for tests.
     std::size_t openDeviceCount() const { return devices_.size(); }
 
-  private:
+private:
     struct OpenDevice {
         libusb_device* device = nullptr;  // one reference held
         libusb_device_handle* handle = nullptr;

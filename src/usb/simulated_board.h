@@ -13,7 +13,7 @@
 namespace i2cbridge {
 
 class SimulatedBoard : public BoardDriver {
-  public:
+public:
     SimulatedBoard();
 
     // BoardDriver
@@ -62,7 +62,7 @@ class SimulatedBoard : public BoardDriver {
     bool running() const { return running_; }
     UsbDeviceHandle currentDevice() const { return device_; }
 
-  private:
+private:
     struct Event {
         bool attach;
         UsbDeviceHandle device;

@@ -39,7 +39,7 @@ struct EmulatedBoardConfig {
 };
 
 class EmulatedBoard {
-  public:
+public:
     explicit EmulatedBoard(EmulatedBoardConfig config = {});
     ~EmulatedBoard();
     EmulatedBoard(const EmulatedBoard&) = delete;
@@ -71,7 +71,7 @@ class EmulatedBoard {
     int alternateSetting() const;
     bool interfaceClaimed() const;
 
-  private:
+private:
     struct Urb {
         UMockdevIoctlData* data = nullptr;  // the client's struct usbdevfs_urb, one reference
         uint8_t endpoint = 0;

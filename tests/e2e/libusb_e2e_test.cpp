@@ -342,7 +342,7 @@ TEST(LibusbMatching, BoardWithAnotherProductIsIgnoredUnlessAskedFor) {
 // Drops, for this thread, root's right to ignore file modes, so a node with mode 0 is refused
 // to root as to anybody else.
 class WithoutFileOverride {
-  public:
+public:
     WithoutFileOverride() {
         header_.version = _LINUX_CAPABILITY_VERSION_3;
         header_.pid = 0;
@@ -357,7 +357,7 @@ class WithoutFileOverride {
     }
     bool active() const { return active_ || geteuid() != 0; }
 
-  private:
+private:
     __user_cap_header_struct header_{};
     __user_cap_data_struct saved_[2]{};
     bool active_ = false;

@@ -51,7 +51,7 @@ struct LibusbRig {
         return yieldUntil([&] { return logSinceMark().find(text) != std::string::npos; });
     }
 
-  private:
+private:
     std::size_t mark_ = 0;
 };
 

@@ -55,7 +55,7 @@ TEST(DecText, BlankInPlaceOfThePlusSign) {
 }
 
 class SplitFieldsTest : public ::testing::Test {
-  protected:
+protected:
     std::array<std::string, 11> fields;
     int16_t split(std::string& text) { return SplitFields(text, fields, ','); }
 };

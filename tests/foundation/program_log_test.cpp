@@ -11,7 +11,7 @@ using testing::Entry;
 using testing::FakePump;
 
 class ProgramLogTest : public ::testing::Test {
-  protected:
+protected:
     FakePump clock;
     ColorSet colors;
     LogPanel panel;

@@ -24,7 +24,7 @@ namespace {
 
 // No registry and no program anywhere; counts the starts it was asked for.
 class NothingInstalled : public SystemInfoLauncher {
-  public:
+public:
     explicit NothingInstalled(int& starts) : starts_(starts) {}
     bool openKey(uint32_t, const std::string&, uint32_t, KeyHandle&) override { return false; }
     bool queryValue(KeyHandle, const std::string&, std::size_t, uint32_t&, std::string&) override {
@@ -38,7 +38,7 @@ class NothingInstalled : public SystemInfoLauncher {
         return true;
     }
 
-  private:
+private:
     int& starts_;
 };
 
@@ -47,7 +47,7 @@ class NothingInstalled : public SystemInfoLauncher {
 class AboutBoxTest : public QObject {
     Q_OBJECT
 
-  private:
+private:
     std::unique_ptr<Rig> rig;
     int starts = 0;
 
@@ -63,7 +63,7 @@ class AboutBoxTest : public QObject {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-  private slots:
+private slots:
     void init() {
         rig = std::make_unique<Rig>();
         rig->main();

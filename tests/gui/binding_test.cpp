@@ -16,7 +16,7 @@ using namespace i2cbridge;
 class BindingTest : public QObject {
     Q_OBJECT
 
-  private slots:
+private slots:
     void hiddenModelKeepsItsWidgetHiddenWhenTheWindowShows();
     void widgetWithoutParentNeverOpensAsAWindow();
     void enterGivesTheKeyPressHandlerCode13();

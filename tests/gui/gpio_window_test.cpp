@@ -22,7 +22,7 @@ using i2cbridge::testing::Rig;
 class GpioWindowTest : public QObject {
     Q_OBJECT
 
-  private:
+private:
     std::unique_ptr<Rig> rig;
 
     QWidget* window() { return FindGpioWindow(*rig->wb); }
@@ -44,7 +44,7 @@ class GpioWindowTest : public QObject {
         destroyClosedWindows();
     }
 
-  private slots:
+private slots:
     void init() {
         rig = std::make_unique<Rig>();
         rig->main();  // start-up: the model exists, written once, and has no window

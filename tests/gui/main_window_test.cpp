@@ -77,7 +77,7 @@ bool PanelHandlersPresent() {
 class MainWindowTest : public QObject {
     Q_OBJECT
 
-  private slots:
+private slots:
     void usbConnectAndDisconnectPaintTheConnectionArea();
     void connectWithoutBoardLightsTheLogLampRed();
     void closeIsRefusedWhileTheConnectionIsOpen();

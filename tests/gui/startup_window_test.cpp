@@ -16,7 +16,7 @@ using i2cbridge::testing::Rig;
 class StartupWindowTest : public QObject {
     Q_OBJECT
 
-  private slots:
+private slots:
     void loadHidesItselfAndShowsTheMainWindow();
     void secondLoadKeepsTheOneMainWindow();
     void deviceEntriesDoNothing();

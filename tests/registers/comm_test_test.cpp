@@ -10,7 +10,7 @@ constexpr uint32_t kWhite = 0xFFFFFF;
 constexpr uint32_t kGreen = 0x008000;
 
 class CommTest : public PanelTest {
-  protected:
+protected:
     void test(const std::string& address) {
         win->txtI2CAdr.setText(address);
         win->cmdTestComm_Click();

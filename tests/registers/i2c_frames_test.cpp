@@ -54,7 +54,7 @@ TEST(I2CFrames, ReadAddressIsWriteAddressPlusOneInEightBits) {
 
 // The exchanges against the simulated board, on a connection opened by hand.
 class I2CExchangeTest : public PanelTest {
-  protected:
+protected:
     void SetUp() override {
         PanelTest::SetUp();
         manualMode(true);

@@ -159,7 +159,7 @@ TEST(MainWindowFocus, GainOfFocusTakesTheAddressBoxWithoutTheDisplays) {
 }
 
 class MainWindowResize : public ::testing::Test {
-  protected:
+protected:
     Rig rig;
     FrmI2CGeneral& w = rig.main();
     void SetUp() override { w.pbinner.setRect({0, 0, 12000, 9000}); }

@@ -26,7 +26,7 @@ inline WireFrame Raw(std::vector<uint8_t> bytes) {
 }
 
 class PanelTest : public ::testing::Test {
-  protected:
+protected:
     // Loads the window (start-up probe and GPIO write) and forgets what that sent and logged.
     void SetUp() override {
         win = &rig.main();

@@ -114,11 +114,11 @@ TEST(ReadRegisterFields, AShortFileSaysHowManyFieldsItHad) {
 
 // A stream whose source fails after a number of bytes, as a file on a failing disk does.
 class FailingBuffer : public std::streambuf {
-  public:
+public:
     FailingBuffer(std::string text, std::size_t failAfter)
         : text_(std::move(text)), failAfter_(failAfter) {}
 
-  protected:
+protected:
     int_type underflow() override {
         if (pos_ >= failAfter_) throw std::ios_base::failure("read error");
         if (pos_ >= text_.size()) return traits_type::eof();
@@ -130,7 +130,7 @@ class FailingBuffer : public std::streambuf {
         return c;
     }
 
-  private:
+private:
     std::string text_;
     std::size_t failAfter_;
     std::size_t pos_ = 0;

@@ -30,7 +30,7 @@ std::ostream& operator<<(std::ostream& os, const Row& r) {
 }
 
 class RegisterFileTest : public ::testing::Test {
-  protected:
+protected:
     Rig rig;
     TempDir dir;
     FrmI2CGeneral& w = rig.main();

@@ -11,7 +11,7 @@ using qb::kLightGreen;
 using qb::kLightRed;
 
 class RegisterTable : public PanelTest {
-  protected:
+protected:
     void readAll() { win->cmdReadRegs_Click(); }
     void writeAll() { win->cmdwriteAll_Click(); }
     void enterInWriteBox(int row) {

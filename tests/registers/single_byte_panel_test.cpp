@@ -10,7 +10,7 @@ using qb::kLightGreen;
 using qb::kLightRed;
 
 class SingleBytePanel : public PanelTest {
-  protected:
+protected:
     void read() { win->cmdRead_Click(); }
     void write(int i) { win->cmdWrite1Byte_Click(i); }
 };
@@ -252,7 +252,7 @@ TEST_F(SingleBytePanel, RegisterAddressIsTidiedButNeverRangeChecked) {
 
 // The I2C address box.
 class I2CAddressBox : public PanelTest {
-  protected:
+protected:
     void enter(const std::string& text) {
         win->txtI2CAdr.setText(text);
         pressEnter([&](int& k) { win->txtI2CAdr_KeyPress(k); });

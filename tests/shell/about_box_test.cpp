@@ -17,7 +17,7 @@ using ::i2cbridge::registry::kLocalMachine;
 
 // A registry, a file system and a program path set up by each test; records what was asked.
 class FakeLauncher : public SystemInfoLauncher {
-  public:
+public:
     struct Value {
         uint32_t type;
         std::string data;
@@ -78,7 +78,7 @@ class FakeLauncher : public SystemInfoLauncher {
         return startSucceeds;
     }
 
-  private:
+private:
     std::map<KeyHandle, std::string> keys_;
     KeyHandle lastKey_ = 0x100;
 };

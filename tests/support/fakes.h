@@ -18,7 +18,7 @@ namespace i2cbridge::testing {
 // A pump with a fixed clock. Every yield delivers the driver's pending attach and detach
 // events, as the program's event loop does, and can run a scripted user action once.
 class FakePump : public UiPump {
-  public:
+public:
     explicit FakePump(BoardDriver* driver = nullptr) : driver_(driver) {}
     void setDriver(BoardDriver* driver) { driver_ = driver; }
 
@@ -33,7 +33,7 @@ class FakePump : public UiPump {
     long yields = 0;
     long sleptMs = 0;
 
-  private:
+private:
     struct Scheduled {
         long at;
         std::function<void()> action;
@@ -45,7 +45,7 @@ class FakePump : public UiPump {
 // Dialogs answered from a script. An unanswered message box is answered OK; an unanswered file
 // dialog is cancelled.
 class FakeDialogs : public Dialogs {
-  public:
+public:
     struct Shown {
         std::string text;
         std::string title;
@@ -82,7 +82,7 @@ struct Rig {
     // Frames sent on the wire since the last clear.
     const std::vector<WireFrame>& sent() { return board.model().sent(); }
 
-  private:
+private:
     std::size_t mark_ = 0;
 };
 

@@ -12,7 +12,7 @@ namespace i2cbridge::testing {
 // A fresh folder under the system's temporary folder, removed with everything in it when the
 // test ends.
 class TempDir {
-  public:
+public:
     TempDir() {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "i2cbridge-test-XXXXXX").string();
@@ -36,7 +36,7 @@ class TempDir {
         return n;
     }
 
-  private:
+private:
     std::filesystem::path path_;
 };
 

@@ -10,7 +10,7 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 
 class BoardModelTest : public ::testing::Test {
-  protected:
+protected:
     BoardModel board;
     Bytes exchange(uint8_t out, Bytes frame, uint8_t in) {
         EXPECT_TRUE(board.receive(out, frame));

@@ -28,7 +28,7 @@ const std::string kOpenInfoFailure = Entry(
     "WriteGPIOPipe: WDU_GetDeviceInfo() failed:\r\nerror &HFFFFFFFC (LIBUSB_ERROR_NO_DEVICE)\r\n");
 
 class ConnectionTest : public ::testing::Test {
-  protected:
+protected:
     Rig rig;
     FrmI2CGeneral& w = rig.main();
     UsbConnection& usb = rig.wb->usb;

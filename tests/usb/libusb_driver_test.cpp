@@ -292,7 +292,7 @@ TEST(HotplugQueue, ConcurrentPushAndTakeLoseNothing) {
 // A driver that finds a board it may not open says so through the notice handler; the open
 // writes that to the program log and then goes on as with no board.
 class UnopenableBoard : public SimulatedBoard {
-  public:
+public:
     int32_t init(UsbDriverHandle& driverHandle, const MatchEntry& match,
                  DriverEvents events) override {
         notice_ = events.notice;
@@ -302,7 +302,7 @@ class UnopenableBoard : public SimulatedBoard {
         return status;
     }
 
-  private:
+private:
     std::function<void(const std::string&)> notice_;
 };
 

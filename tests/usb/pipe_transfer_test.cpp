@@ -12,7 +12,7 @@ using testing::Entry;
 using testing::Rig;
 
 class PipeTransferTest : public ::testing::Test {
-  protected:
+protected:
     Rig rig;
     FrmI2CGeneral& w = rig.main();
     UsbConnection& usb = rig.wb->usb;
