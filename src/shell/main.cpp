@@ -127,5 +127,10 @@ int main(int argc, char** argv) {
         QTimer::singleShot(300, &view,
                            [&view, folder] { QApplication::exit(SaveScreenshots(view, folder)); });
     }
-    return app.exec();
+    const int status = app.exec();
+    // The GPIO screen and the About box are top-level windows bound to models the workbench
+    // owns; they go before it does.
+    delete FindGpioWindow(wb);
+    delete FindAboutBox(wb);
+    return status;
 }
