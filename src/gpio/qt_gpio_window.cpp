@@ -12,9 +12,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <functional>
-#include <map>
 
 #include "foundation/qt_binding.h"
+#include "foundation/qt_window_slot.h"
 #include "gpio/frm_gpio.h"
 #include "shell/workbench.h"
 
@@ -248,17 +248,10 @@ private:
     bool deleteWhenIdle_ = false;
 };
 
-std::map<Workbench*, QPointer<QWidget>>& OpenWindows() {
-    static std::map<Workbench*, QPointer<QWidget>> windows;
-    return windows;
-}
-
 }  // namespace
 
 QWidget* FindGpioWindow(Workbench& wb) {
-    auto& windows = OpenWindows();
-    const auto it = windows.find(&wb);
-    return it == windows.end() ? nullptr : it->second.data();
+    return WindowSlot<GpioWindow>(&wb).data();
 }
 
 void ShowGpioWindow(Workbench& wb) {
@@ -267,7 +260,7 @@ void ShowGpioWindow(Workbench& wb) {
     if (window && !window->isVisible()) window = nullptr;
     if (!window) {
         window = new GpioWindow(wb);
-        OpenWindows()[&wb] = window;
+        WindowSlot<GpioWindow>(&wb) = window;
         window->adjustSize();
     }
     const bool wasOpen = window->isVisible();

@@ -12,9 +12,9 @@
 #include <QPushButton>
 #include <QShortcut>
 #include <QVBoxLayout>
-#include <map>
 
 #include "foundation/qt_binding.h"
+#include "foundation/qt_window_slot.h"
 #include "shell/frm_about2.h"
 #include "shell/qt_system_info_launcher.h"
 #include "shell/workbench.h"
@@ -160,17 +160,10 @@ private:
     FrmAbout2 model_;
 };
 
-std::map<Workbench*, QPointer<QWidget>>& OpenBoxes() {
-    static std::map<Workbench*, QPointer<QWidget>> boxes;
-    return boxes;
-}
-
 }  // namespace
 
 QWidget* FindAboutBox(Workbench& wb) {
-    auto& boxes = OpenBoxes();
-    const auto it = boxes.find(&wb);
-    return it == boxes.end() ? nullptr : it->second.data();
+    return WindowSlot<AboutBoxWindow>(&wb).data();
 }
 
 void ShowAboutBox(Workbench& wb) {
@@ -184,7 +177,7 @@ void ShowAboutBox(Workbench& wb, std::unique_ptr<SystemInfoLauncher> launcher) {
     const bool wasOpen = box != nullptr;
     if (!box) {
         box = new AboutBoxWindow(wb, std::move(launcher));
-        OpenBoxes()[&wb] = box;
+        WindowSlot<AboutBoxWindow>(&wb) = box;
         box->adjustSize();
         box->setFixedSize(box->size());
     }
