@@ -3,8 +3,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include "registers/i2c_frames.h"
 #include "support/fakes.h"
+#include "workbench/i2c_frames.h"
 
 namespace i2cbridge {
 namespace {

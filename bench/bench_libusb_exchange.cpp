@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "libusb_rig.h"
-#include "registers/i2c_frames.h"
+#include "workbench/i2c_frames.h"
 
 namespace i2cbridge::testing {
 namespace {

@@ -16,8 +16,8 @@
 
 #include "foundation/ports.h"
 #include "registers/frm_i2c_general.h"
-#include "shell/workbench.h"
 #include "usb/simulated_board.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
 namespace {

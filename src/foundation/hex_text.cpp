@@ -25,6 +25,18 @@ int16_t HexToInt(std::string_view text) {
     return static_cast<int16_t>(static_cast<uint16_t>(value));
 }
 
+std::optional<uint32_t> StrictHexValue(std::string_view text, uint32_t max) {
+    if (text.empty()) return std::nullopt;
+    uint64_t value = 0;
+    for (char c : text) {
+        const int digit = HexDigitValue(c);
+        if (digit < 0) return std::nullopt;
+        value = value * 16 + static_cast<uint64_t>(digit);
+        if (value > max) return std::nullopt;
+    }
+    return static_cast<uint32_t>(value);
+}
+
 std::string HexByteText(int value) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
     const unsigned byte = static_cast<unsigned>(value) & 0xFFu;

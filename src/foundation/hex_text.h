@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,6 +13,11 @@ namespace i2cbridge {
 // 0); 8000..FFFF come back negative (FFFF is -1). Text whose value does not fit in 16 bits
 // saturates at 32767, which every caller rejects as a byte.
 int16_t HexToInt(std::string_view text);
+
+// Text that must be hexadecimal as a whole (no prefix, at least one digit) with a value up to
+// max; nullopt otherwise. For entries that have no sensible value to fall back on: the raw
+// two-byte frame, USB identifiers, command-line arguments.
+std::optional<uint32_t> StrictHexValue(std::string_view text, uint32_t max);
 
 // A byte as exactly two upper-case hex digits ("00", "0A", "FF"). Only the low 8 bits count.
 std::string HexByteText(int value);

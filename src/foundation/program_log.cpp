@@ -16,24 +16,28 @@ void AppendLogLine(LogBox& box, std::string_view text, std::string_view suffix, 
     box.append(entry);
 }
 
-ProgramLog::ProgramLog(UiPump& clock, const ColorSet& colors, std::function<LogPanel&()> panel)
-    : clock_(clock), colors_(colors), panel_(std::move(panel)) {}
+ProgramLog::ProgramLog(UiPump& clock, const ColorSet& colors) : clock_(clock), colors_(colors) {}
 
-void ProgramLog::LogMessage(std::string_view text, std::string_view suffix) {
-    LogPanel& panel = panel_();
-    AppendLogLine(panel.Txtlog, text, suffix, false, clock_.now());
-    panel.shpLogStatus.setColor(LogErrorFlag ? colors_.lightRed() : colors_.lightGreen());
+void ProgramLog::append(std::string_view text, std::string_view suffix) {
+    AppendLogLine(Txtlog, text, suffix, false, clock_.now());
+    if (onEntry) onEntry(text);
 }
 
+void ProgramLog::LogMessage(std::string_view text, std::string_view suffix) {
+    append(text, suffix);
+    shpLogStatus.setColor(LogErrorFlag ? colors_.lightRed() : colors_.lightGreen());
+}
+
+// The lamp turns red before the entry is written, so a view that follows the log sees the
+// failure's colour with its text.
 void ProgramLog::LogError(std::string_view text) {
     LogErrorFlag = true;
-    LogPanel& panel = panel_();
-    panel.shpLogStatus.setColor(colors_.lightRed());
-    AppendLogLine(panel.Txtlog, text, kCrLf, false, clock_.now());
+    shpLogStatus.setColor(colors_.lightRed());
+    append(text, kCrLf);
 }
 
 void ProgramLog::LogNote(std::string_view text) {
-    AppendLogLine(panel_().Txtlog, text, kCrLf, false, clock_.now());
+    append(text, kCrLf);
 }
 
 }  // namespace i2cbridge

@@ -12,34 +12,34 @@ namespace i2cbridge {
 
 inline constexpr std::string_view kCrLf = "\r\n";
 
-// The controls the log writes to; they belong to the main window.
-struct LogPanel {
-    LogBox Txtlog;
-    Lamp shpLogStatus;
-};
-
 // Appends text, " :", the date mm-dd-yyyy, a blank, the time hh:mm:ss and the suffix twice.
 // The date and time are always in this fixed form, whatever the user's regional settings.
 void AppendLogLine(LogBox& box, std::string_view text, std::string_view suffix, bool clear,
                    const DateTime& now);
 
-// The program log and the error flag behind its lamp. It finds its panel through a callback
-// because the panel lives in the main window, which is created on first reference.
+// The program log and the error flag behind its lamp. The entries and the lamp live here, with
+// everything the windows share, so that logging never needs a window: the main window shows
+// them, the command line prints them.
 class ProgramLog {
 public:
-    ProgramLog(UiPump& clock, const ColorSet& colors, std::function<LogPanel&()> panel);
+    ProgramLog(UiPump& clock, const ColorSet& colors);
 
     // Set by LogError; cleared by successful USB steps and by the main window's load.
     bool LogErrorFlag = false;
+    LogBox Txtlog;
+    Lamp shpLogStatus;
+    // Told each entry's text without its time stamp, as it is written.
+    std::function<void(std::string_view text)> onEntry;
 
     void LogMessage(std::string_view text, std::string_view suffix = kCrLf);
     void LogError(std::string_view text);
     void LogNote(std::string_view text);
 
 private:
+    void append(std::string_view text, std::string_view suffix);
+
     UiPump& clock_;
     const ColorSet& colors_;
-    std::function<LogPanel&()> panel_;
 };
 
 }  // namespace i2cbridge

@@ -1,7 +1,9 @@
 #include "gpio/frm_gpio.h"
 
 #include "foundation/hex_text.h"
-#include "shell/workbench.h"
+#include "workbench/connection_bracket.h"
+#include "workbench/exchange.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
 
@@ -100,27 +102,16 @@ void FrmGPIO::chkOutEnc_Click(int Index) {
 // The two frames carry no command byte: the board tells them apart by length, data first.
 // WriteByteCount is left at the frame's length for the next I2C write to find.
 void FrmGPIO::writeAndReadBack(bool withEnables) {
-    UsbConnection& usb = wb_.usb;
-    if (!usb.ManualUsbConnect) {
-        usb.SharedOpenUsb();
-        wb_.pump.yield();
-    }
+    const auto keep = keepAlive();
+    ConnectionBracket bracket(wb_.usb, wb_.pump);
+    bracket.open();
     wb_.pump.yield();
 
     const auto& g = wb_.GpioState;
     std::vector<uint8_t> frame{g[kPbData], g[kPcData]};
     if (withEnables) frame.insert(frame.end(), {g[kPbEnables], g[kPcEnables]});
     wb_.i2c.WriteByteCount = static_cast<int16_t>(frame.size());
-    usb.TransferPipe = 1;
-    usb.TransferLength = static_cast<uint32_t>(frame.size());
-    usb.TransferBuffer = std::move(frame);
-    usb.SharedWritePipe();
-
-    usb.TransferPipe = 0x81;
-    usb.TransferLength = kAnswerLength;
-    usb.Redim(kAnswerLength);
-    usb.SharedReadPipe();
-    const std::vector<uint8_t> answer = usb.TransferBuffer;
+    const Reply answer = GpioExchange(wb_.usb, frame);
 
     const ColorSet& c = wb_.colors;
     txtPCHexData[1].setText(HexByteText(answer[0]));
@@ -135,10 +126,7 @@ void FrmGPIO::writeAndReadBack(bool withEnables) {
     ToggleSuccessLamp(shpGpioWr[5], c);
     if (withEnables) ToggleSuccessLamp(shpGpioWr[0], c);
 
-    if (!usb.ManualUsbConnect) {
-        usb.SharedCloseUsb();
-        wb_.pump.yield();
-    }
+    bracket.close();
     wb_.pump.yield();
 }
 

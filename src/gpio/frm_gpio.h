@@ -50,8 +50,6 @@ public:
     // Setting a box from code runs its click handler, as a user click would.
     void setChecked(CheckBox& box, bool checked, void (FrmGPIO::*click)(int), int index);
 
-    static constexpr uint32_t kAnswerLength = 25;
-
 private:
     void writeAndReadBack(bool withEnables);
 

@@ -6,9 +6,9 @@
 #include "foundation/hex_text.h"
 #include "gpio/frm_gpio.h"
 #include "registers/frm_i2c_general.h"
-#include "registers/i2c_frames.h"
 #include "registers/panel_helpers.h"
-#include "shell/workbench.h"
+#include "workbench/exchange.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
 
@@ -56,13 +56,13 @@ void FrmI2CGeneral::cmdTestComm_Click() {
 
     i2c.ReadByteCount = 1;
     const uint8_t registerBytes[] = {kTestRegister};
-    const auto answer = I2CExchange(usb, RegisterReadRequest(1, i2c.I2CReadAddress, registerBytes),
-                                    kTestAnswerLength);
-    const uint8_t status = ReplyByte(answer, 0);
+    const Reply answer = I2CExchange(usb, RegisterReadRequest(1, i2c.I2CReadAddress, registerBytes),
+                                     kTestAnswerLength);
+    const uint8_t status = answer[0];
     txtTstReg[0].setText(HexText(status));
-    txtTstReg[1].setText(HexText(ReplyByte(answer, 1)));
+    txtTstReg[1].setText(HexText(answer[1]));
 
-    const bool good = status == kReadOk;
+    const bool good = ReadReplyOk(status, 1);
     if (good) {
         lblCommTest.setCaption("Good");
         lblCommTest.setBackColor(kRgbGreen);

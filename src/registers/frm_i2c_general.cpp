@@ -4,7 +4,7 @@
 
 #include "foundation/hex_text.h"
 #include "gpio/frm_gpio.h"
-#include "shell/workbench.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
 
@@ -15,7 +15,11 @@ constexpr int kScrollBarThickness = 255;
 constexpr int kViewTopBand = 400;
 }  // namespace
 
-FrmI2CGeneral::FrmI2CGeneral(Workbench& wb) : wb_(wb) {
+FrmI2CGeneral::FrmI2CGeneral(Workbench& wb)
+    : Txtlog(wb.log.Txtlog),
+      shpLogStatus(wb.log.shpLogStatus),
+      wb_(wb),
+      bracket_(wb.usb, wb.pump, this) {
     Shape3.setVisible(false);
     lblNak.setVisible(false);
     TmrSample.setEnabled(false);
@@ -158,20 +162,52 @@ void FrmI2CGeneral::cmdClearLog_Click() {
     Txtlog.clear();
 }
 
+void FrmI2CGeneral::driverStarted(UsbDriverHandle handle) {
+    txthDriver.setText(DecText(handle));
+}
+void FrmI2CGeneral::driverFailed() {
+    cbNoc.setCaption("USB Board won't intialize");
+}
+void FrmI2CGeneral::opening() {
+    shpUSBCon[0].setColor(wb_.colors.lightGreen());
+    shpUSBCon[1].setColor(wb_.colors.off());
+}
+void FrmI2CGeneral::opened() {
+    cbNoc.setVisible(false);
+    ShpHandleStatus.setColor(wb_.colors.lightGreen());
+}
+void FrmI2CGeneral::closed() {
+    shpUSBCon[1].setColor(wb_.colors.lightGreen());
+    shpUSBCon[0].setColor(wb_.colors.off());
+}
+void FrmI2CGeneral::connectClicked() {
+    cmdexit.setVisible(false);
+}
+void FrmI2CGeneral::disconnectClicked() {
+    cbNoc.setCaption("USB Board Interface Closed");
+    ShpHandleStatus.setColor(wb_.colors.off());
+    txthDriver.setText("Closed");
+    cbSend.setVisible(false);
+    cbReset.setVisible(false);
+    cmdexit.setVisible(true);
+}
+
 void FrmI2CGeneral::Connect_Usb() {
-    wb_.usb.Connect_Usb(*this);
+    wb_.usb.open(this);
 }
 void FrmI2CGeneral::Disconnect_USB() {
-    wb_.usb.Disconnect_USB(*this);
+    wb_.usb.close(this);
 }
 void FrmI2CGeneral::cmdUSBConnect_Click() {
-    wb_.usb.cmdUSBConnect_Click(*this);
+    Connect_Usb();
+    connectClicked();
 }
 void FrmI2CGeneral::cmdUSBDisconnect_Click() {
-    wb_.usb.cmdUSBDisconnect_Click(*this);
+    Disconnect_USB();
+    disconnectClicked();
 }
 void FrmI2CGeneral::ChKManUsbConn_Click() {
-    wb_.usb.ChKManUsbConn_Click(*this);
+    wb_.usb.ManualUsbConnect = ChKManUsbConn.checked();
 }
 void FrmI2CGeneral::writePipe() {
     wb_.usb.writePipe();

@@ -21,6 +21,7 @@
 #include "foundation/ports.h"
 #include "foundation/program_log.h"
 #include "usb/connection.h"
+#include "workbench/connection_bracket.h"
 
 namespace i2cbridge {
 
@@ -29,11 +30,32 @@ class Workbench;
 inline constexpr int kRegisterRows = 32;
 inline constexpr int kKeyEnter = 13;
 
-class FrmI2CGeneral : public Form, public LogPanel, public ConnectionPanel {
+// The main window's connection area.
+struct ConnectionPanel {
+    Button cmdUSBConnect{"USB Connect", "Connect and leave USB connection open."};
+    Button cmdUSBDisconnect{"USB Disconnect", "Close USB Connection."};
+    CheckBox ChKManUsbConn{"Manual USB Connect / Disconnect", false,
+                           "Check to disable automatic open / closing of USB connection."};
+    Label lblUSBConnect{"Manual User Connect"};
+    std::array<Lamp, 2> shpUSBCon;  // 0 lit while open, 1 while closed
+    Lamp ShpHandleStatus;
+    Lamp ShpAttach;
+    TextBox txthDriver{"Not Initialized"};
+    Button cbNoc{"USB Initialized"};  // a button used as a notice
+    Button cmdexit{"Exit"};
+    Button cbSend{"Send All", "Updates all writable registers and samples internal registers."};
+    Button cbReset{"Reset", "Reset Procedure"};
+};
+
+class FrmI2CGeneral : public Form, public ConnectionPanel, private ConnectionBracket::Painter {
 public:
     explicit FrmI2CGeneral(Workbench& wb);
 
     Lamp* attachLamp() override { return &ShpAttach; }
+
+    // The program log, which the workbench keeps, shown on the "Program Log" page.
+    LogBox& Txtlog;
+    Lamp& shpLogStatus;
 
     Label Caption{"Quantrel I2C Communications Software"};
     TabControl SSTab1;  // 0 "General I2C Comm", 1 "Program Log"
@@ -159,20 +181,28 @@ public:
     void cmdTestComm_Click();
 
 private:
-    // The connection bracket around every register operation: unless the user holds the
-    // connection by hand, USB Connect before the transfers and USB Disconnect after them,
-    // each followed by a yield.
-    void openBracket();
-    void closeBracket();
+    // How the main window paints its connection area while the connection opens and closes.
+    void driverStarted(UsbDriverHandle handle) override;
+    void driverFailed() override;
+    void opening() override;
+    void opened() override;
+    void closed() override;
+    void connectClicked() override;
+    void disconnectClicked() override;
+
+    // The connection bracket around every register operation: USB Connect before the
+    // transfers and USB Disconnect after them, unless the user holds the connection.
+    void openBracket() { bracket_.open(); }
+    void closeBracket() { bracket_.close(); }
     // Upper-cases a write box and turns a zero value into "00". A value outside 00..FF becomes
     // "--" with the log line "Invalid Write Value"; the result says whether to go on.
     bool acceptWriteValue(TextBox& box);
     // Shows a reply's count byte in lblReadCount and paints the operation's lamp: the two
-    // greens in turn on the expected count, light red otherwise. Returns whether it matched.
-    bool judgeReply(uint8_t count, int expected, Lamp& lamp);
+    // greens in turn when the reply judge said ok, light red otherwise. Returns ok.
+    bool judgeReply(uint8_t count, bool ok, Lamp& lamp);
     // The single-byte panel's outcome: judgeReply, then Shape3 and lblNak, and "--" in
     // txtReadByte on failure.
-    bool judgeSingleByte(uint8_t count, int expected, Lamp& lamp);
+    bool judgeSingleByte(uint8_t count, bool ok, Lamp& lamp);
     // One row of the table written; the address byte comes from the address box as it stands
     // or from the stored write address.
     enum class WriteAddressFrom { Box, Stored };
@@ -181,6 +211,7 @@ private:
     void showRowWrite(int row, uint8_t count);
 
     Workbench& wb_;
+    ConnectionBracket bracket_;
 };
 
 }  // namespace i2cbridge

@@ -7,16 +7,10 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "foundation/hex_text.h"
 
 namespace i2cbridge {
-
-// Reply counts that mean success for the main window's one-register, one-byte frames: the
-// byte read, or address, register and data acknowledged.
-inline constexpr int kReadOk = 1;
-inline constexpr int kWriteOk = 3;
 
 inline constexpr uint32_t kRgbRed = 0xFF0000;
 inline constexpr uint32_t kRgbWhite = 0xFFFFFF;
@@ -43,12 +37,6 @@ inline uint8_t EntryByte(std::string_view text) {
 // Puts "0" in front of a one-character text.
 inline void PadOneCharacter(std::string& text) {
     if (CharCount(text) == 1) text.insert(text.begin(), '0');
-}
-
-// Byte i of a reply, 0 when the buffer is shorter: a handler that ran inside a transfer's
-// yield may have left the shared buffer at another size.
-inline uint8_t ReplyByte(const std::vector<uint8_t>& reply, std::size_t i) {
-    return i < reply.size() ? reply[i] : 0;
 }
 
 }  // namespace i2cbridge

@@ -10,7 +10,7 @@
 #include "foundation/hex_text.h"
 #include "registers/frm_i2c_general.h"
 #include "registers/register_file_format.h"
-#include "shell/workbench.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
 
@@ -40,12 +40,14 @@ std::optional<std::string> OpenForReading(const std::string& path, std::ifstream
 }  // namespace
 
 bool FrmI2CGeneral::WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn) {
-    std::string text = RegisterFileAddressLine(FrmIn.txtI2CAdr.text());
+    RegisterDefinitions table;
+    table.address = FrmIn.txtI2CAdr.text();
     for (int k = 0; k < kRegisterRows; ++k) {
         wb_.pump.yield();
-        text += RegisterFileRowLine({FrmIn.Reg_Adr[k].text(), FrmIn.Reg_Desc[k].text(),
-                                     FrmIn.txtBWrite[k].text(), FrmIn.txtRdByte[k].text()});
+        table.rows[k] = {FrmIn.Reg_Adr[k].text(), FrmIn.Reg_Desc[k].text(),
+                         FrmIn.txtBWrite[k].text(), FrmIn.txtRdByte[k].text()};
     }
+    const std::string text = FormatRegisterFile(table);
     // The whole text goes out in one step, so a failed save leaves the earlier file whole.
     if (auto failure = WriteFileAtomically(strParamFile, text)) {
         wb_.log.LogMessage(FileLogText(strParamFile, "was not saved: " + *failure), kCrLf);
@@ -69,8 +71,9 @@ void FrmI2CGeneral::Read_Param_File() {
     const int count = static_cast<int>(read.fields.size());
     for (int i = 0; i < count; ++i) {
         const std::string& field = read.fields[i];
-        if (i == 0) continue;  // the label "I2C ADDRESS", whatever it says
-        if (i == 1) {
+        const auto slot = SlotOfRegisterField(i);
+        if (slot->row < 0) {
+            if (slot->column == 0) continue;  // the label "I2C ADDRESS", whatever it says
             // No range test here: 1C0 gives the address C0.
             txtI2CAdr.setText(UpperCase(field));
             wb_.i2c.setAddress(HexToInt(txtI2CAdr.text()));
@@ -78,21 +81,9 @@ void FrmI2CGeneral::Read_Param_File() {
             txtActualReadAddress.setText(HexText(wb_.i2c.I2CReadAddress));
             continue;
         }
-        const int row = (i - 2) / kFieldsPerRegisterRow;
-        switch ((i - 2) % kFieldsPerRegisterRow) {
-            case 0:
-                Reg_Adr[row].setText(field);
-                break;
-            case 1:
-                Reg_Desc[row].setText(field);
-                break;
-            case 2:
-                txtBWrite[row].setText(field);
-                break;
-            default:
-                txtRdByte[row].setText(field);
-                break;
-        }
+        TextBox* columns[kFieldsPerRegisterRow] = {&Reg_Adr[slot->row], &Reg_Desc[slot->row],
+                                                   &txtBWrite[slot->row], &txtRdByte[slot->row]};
+        columns[slot->column]->setText(field);
     }
 
     const std::string counted =

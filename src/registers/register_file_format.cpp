@@ -52,20 +52,21 @@ RegisterFileFields ReadRegisterFields(std::istream& in) {
     return result;
 }
 
+std::optional<RegisterFieldSlot> SlotOfRegisterField(int index) {
+    if (index < 0 || index >= kRegisterFileFields) return std::nullopt;
+    if (index < 2) return RegisterFieldSlot{-1, index};
+    return RegisterFieldSlot{(index - 2) / kFieldsPerRegisterRow,
+                             (index - 2) % kFieldsPerRegisterRow};
+}
+
 std::string* FieldTarget(RegisterDefinitions& definitions, int index) {
-    if (index == 1) return &definitions.address;
-    if (index < 2 || index >= kRegisterFileFields) return nullptr;
-    RegisterFileRow& row = definitions.rows[(index - 2) / kFieldsPerRegisterRow];
-    switch ((index - 2) % kFieldsPerRegisterRow) {
-        case 0:
-            return &row.address;
-        case 1:
-            return &row.description;
-        case 2:
-            return &row.writeValue;
-        default:
-            return &row.readValue;
-    }
+    const auto slot = SlotOfRegisterField(index);
+    if (!slot || (slot->row < 0 && slot->column == 0)) return nullptr;
+    if (slot->row < 0) return &definitions.address;
+    RegisterFileRow& row = definitions.rows[slot->row];
+    std::string* columns[kFieldsPerRegisterRow] = {&row.address, &row.description, &row.writeValue,
+                                                   &row.readValue};
+    return columns[slot->column];
 }
 
 RegisterDefinitions DefinitionsFromFields(const std::vector<std::string>& fields) {

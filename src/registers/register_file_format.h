@@ -80,6 +80,15 @@ struct RegisterFileFields {
 // Reads up to 130 fields from the stream.
 RegisterFileFields ReadRegisterFields(std::istream& in);
 
+// Where the field at position `index` (0-based, in file order) belongs: row -1 is the address
+// line (column 0 its label, column 1 the address), rows 0..31 the table with columns 0
+// address, 1 description, 2 write value, 3 read value. Nothing past the last field.
+struct RegisterFieldSlot {
+    int row = -1;
+    int column = 0;
+};
+std::optional<RegisterFieldSlot> SlotOfRegisterField(int index);
+
 // The field at position `index` (0-based, in file order) of a definitions table: 0 is the
 // label "I2C ADDRESS", 1 the address, then the rows. Returns nullptr for the label and for
 // positions past the last field.

@@ -1,45 +1,18 @@
 // The register table "Active Device Registers" and the raw two-byte panel.
 
-#include <optional>
-
 #include "foundation/colors.h"
 #include "foundation/hex_text.h"
 #include "registers/frm_i2c_general.h"
-#include "registers/i2c_frames.h"
 #include "registers/panel_helpers.h"
-#include "shell/workbench.h"
+#include "workbench/exchange.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
-
-namespace {
-
-// The raw panel takes only hexadecimal text with a value up to FF; anything else has no
-// sensible byte to send.
-std::optional<uint8_t> StrictHexByte(std::string_view text) {
-    int value = 0;
-    for (char c : text) {
-        int digit;
-        if (c >= '0' && c <= '9') {
-            digit = c - '0';
-        } else if (c >= 'A' && c <= 'F') {
-            digit = c - 'A' + 10;
-        } else if (c >= 'a' && c <= 'f') {
-            digit = c - 'a' + 10;
-        } else {
-            return std::nullopt;
-        }
-        value = value * 16 + digit;
-        if (value > 0xFF) return std::nullopt;
-    }
-    return static_cast<uint8_t>(value);
-}
-
-}  // namespace
 
 void FrmI2CGeneral::showRowWrite(int row, uint8_t count) {
     txtBWrite[row].setVisible(true);
     shpBwrite[row].setVisible(true);
-    judgeReply(count, kWriteOk, shpBwrite[row]);
+    judgeReply(count, WriteReplyOk(count, 1, 1), shpBwrite[row]);
 }
 
 // A row takes part when its address is two characters long; nothing else is checked. The
@@ -58,10 +31,10 @@ void FrmI2CGeneral::cmdReadRegs_Click() {
         const auto reply =
             SingleRegisterRead(wb_.usb, wb_.i2c, LowByte(HexToInt(txtI2CAdr.text()) + 1),
                                EntryByte(Reg_Adr[r].text()));
-        txtRdByte[r].setText(HexByteText(ReplyByte(reply, 1)));
+        txtRdByte[r].setText(HexByteText(reply[1]));
         txtRdByte[r].setVisible(true);
         Shape1[r].setVisible(true);
-        if (!judgeReply(ReplyByte(reply, 0), kReadOk, Shape1[r])) txtRdByte[r].setText("--");
+        if (!judgeReply(reply[0], ReadReplyOk(reply[0], 1), Shape1[r])) txtRdByte[r].setText("--");
     }
     closeBracket();
 }
@@ -80,7 +53,7 @@ void FrmI2CGeneral::cmdwriteAll_Click() {
         const auto reply =
             SingleRegisterWrite(wb_.usb, wb_.i2c, EntryByte(txtI2CAdr.text()),
                                 EntryByte(Reg_Adr[r].text()), EntryByte(txtBWrite[r].text()));
-        showRowWrite(r, ReplyByte(reply, 0));
+        showRowWrite(r, reply[0]);
     }
     closeBracket();
 }
@@ -95,7 +68,7 @@ void FrmI2CGeneral::writeRow(int row, WriteAddressFrom from) {
     const auto reply =
         SingleRegisterWrite(wb_.usb, wb_.i2c, address, EntryByte(Reg_Adr[row].text()),
                             EntryByte(txtBWrite[row].text()));
-    showRowWrite(row, ReplyByte(reply, 0));
+    showRowWrite(row, reply[0]);
     closeBracket();
 }
 
@@ -113,8 +86,9 @@ void FrmI2CGeneral::txtRdByte_Click(int Index) {
     openBracket();
     const auto reply = SingleRegisterRead(wb_.usb, wb_.i2c, LowByte(HexToInt(txtI2CAdr.text()) + 1),
                                           EntryByte(Reg_Adr[Index].text()));
-    txtRdByte[Index].setText(HexByteText(ReplyByte(reply, 1)));
-    if (!judgeReply(ReplyByte(reply, 0), kReadOk, Shape1[Index])) txtRdByte[Index].setText("--");
+    txtRdByte[Index].setText(HexByteText(reply[1]));
+    if (!judgeReply(reply[0], ReadReplyOk(reply[0], 1), Shape1[Index]))
+        txtRdByte[Index].setText("--");
     closeBracket();
 }
 
@@ -139,20 +113,14 @@ void FrmI2CGeneral::cmdAppsSet_Click() {}
 void FrmI2CGeneral::cmdWrite_Click() {
     wb_.usb.InitI2CPipe();
     if (txtAddr.text().empty()) txtAddr.setText("00");
-    const auto address = StrictHexByte(txtAddr.text());
+    const auto address = StrictHexValue(txtAddr.text(), 0xFF);
     if (txtData.text().empty()) txtData.setText("00");
-    const auto data = StrictHexByte(txtData.text());
+    const auto data = StrictHexValue(txtData.text(), 0xFF);
     if (!address || !data) {
         wb_.log.LogMessage("Invalid Write Value", kCrLf);
         return;
     }
-    UsbConnection& usb = wb_.usb;
-    usb.TransferPipe = 4;
-    usb.TransferLength = 2;
-    usb.Redim(2);
-    usb.TransferBuffer[0] = static_cast<uint8_t>(*address & 0x7F);
-    usb.TransferBuffer[1] = *data;
-    writePipe();
+    RawFrameWrite(wb_.usb, static_cast<uint8_t>(*address & 0x7F), static_cast<uint8_t>(*data));
 }
 
 }  // namespace i2cbridge

@@ -5,9 +5,9 @@
 #include "foundation/colors.h"
 #include "foundation/hex_text.h"
 #include "registers/frm_i2c_general.h"
-#include "registers/i2c_frames.h"
 #include "registers/panel_helpers.h"
-#include "shell/workbench.h"
+#include "workbench/exchange.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
 
@@ -28,18 +28,6 @@ void PadAddress(TextBox& box) {
 
 }  // namespace
 
-void FrmI2CGeneral::openBracket() {
-    if (wb_.usb.ManualUsbConnect) return;
-    cmdUSBConnect_Click();
-    wb_.pump.yield();
-}
-
-void FrmI2CGeneral::closeBracket() {
-    if (wb_.usb.ManualUsbConnect) return;
-    cmdUSBDisconnect_Click();
-    wb_.pump.yield();
-}
-
 bool FrmI2CGeneral::acceptWriteValue(TextBox& box) {
     box.setText(UpperCase(box.text()));
     if (HexToInt(box.text()) == 0) box.setText("00");
@@ -52,9 +40,8 @@ bool FrmI2CGeneral::acceptWriteValue(TextBox& box) {
     return true;
 }
 
-bool FrmI2CGeneral::judgeReply(uint8_t count, int expected, Lamp& lamp) {
+bool FrmI2CGeneral::judgeReply(uint8_t count, bool ok, Lamp& lamp) {
     lblReadCount.setCaption(DecText(count));
-    const bool ok = count == expected;
     if (ok) {
         ToggleSuccessLamp(lamp, wb_.colors);
     } else {
@@ -63,8 +50,8 @@ bool FrmI2CGeneral::judgeReply(uint8_t count, int expected, Lamp& lamp) {
     return ok;
 }
 
-bool FrmI2CGeneral::judgeSingleByte(uint8_t count, int expected, Lamp& lamp) {
-    const bool ok = judgeReply(count, expected, lamp);
+bool FrmI2CGeneral::judgeSingleByte(uint8_t count, bool ok, Lamp& lamp) {
+    judgeReply(count, ok, lamp);
     Shape3.setVisible(true);
     lblNak.setVisible(true);
     Shape3.setColor(ok ? wb_.colors.lightGreen() : wb_.colors.lightRed());
@@ -125,7 +112,7 @@ void FrmI2CGeneral::cmdWrite1Byte_Click(int Index) {
     const auto reply =
         SingleRegisterWrite(wb_.usb, wb_.i2c, EntryByte(txtI2CAdr.text()),
                             EntryByte(txtUserRegAdr.text()), EntryByte(txtsbwr[Index].text()));
-    judgeSingleByte(ReplyByte(reply, 0), kWriteOk, Shape2[Index]);
+    judgeSingleByte(reply[0], WriteReplyOk(reply[0], 1, 1), Shape2[Index]);
 
     closeBracket();
     wb_.pump.yield();
@@ -138,8 +125,8 @@ void FrmI2CGeneral::cmdRead_Click() {
 
     const auto reply = SingleRegisterRead(wb_.usb, wb_.i2c, LowByte(HexToInt(txtI2CAdr.text()) + 1),
                                           EntryByte(txtUserRegAdr.text()));
-    txtReadByte.setText(HexByteText(ReplyByte(reply, 1)));
-    judgeSingleByte(ReplyByte(reply, 0), kReadOk, Shape2[2]);
+    txtReadByte.setText(HexByteText(reply[1]));
+    judgeSingleByte(reply[0], ReadReplyOk(reply[0], 1), Shape2[2]);
 
     closeBracket();
     wb_.pump.yield();

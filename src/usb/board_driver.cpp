@@ -57,4 +57,9 @@ int UsbDeviceInfo::activeEndpointCount() const {
     return static_cast<int>(iface.alternates[iface.activeAlternate].endpoints.size());
 }
 
+bool PipeMatches(uint32_t pipe, bool read) {
+    if (pipe > 0xFF || (pipe & 0x0F) == 0 || (pipe & 0x70) != 0) return false;
+    return ((pipe & 0x80) != 0) == read;
+}
+
 }  // namespace i2cbridge

@@ -36,6 +36,11 @@ inline constexpr int32_t kOther = -99;
 std::string Name(int32_t status);
 }  // namespace usb_status
 
+// A pipe is an endpoint address: 1 to 15, with bit 7 set for IN and nothing else set. Its
+// direction must match the transfer's. Both drivers refuse any other pipe the same way, with
+// kInvalidParam, before anything reaches the bus.
+bool PipeMatches(uint32_t pipe, bool read);
+
 // The one entry of the match table.
 struct MatchEntry {
     uint16_t vendorId = 0;

@@ -27,7 +27,7 @@ std::string UsbConnection::StatusText(int32_t status) {
 // board that is already plugged in during those yields, and the attach handler selects its
 // interface. Whatever the device-information lookup says afterwards, the connection counts as
 // open; transfers then fail in their own lookup until a board attaches.
-void UsbConnection::open(ConnectionPanel* panel) {
+void UsbConnection::open(ConnectionView* view) {
     if (UsbOpen) {
         log_.LogMessage("Already Opened", kCrLf);
         return;
@@ -46,9 +46,9 @@ void UsbConnection::open(ConnectionPanel* panel) {
 
     int32_t status = driver_.init(DriverHandle, MatchTable, std::move(events));
     LastStatus = status;
-    if (panel) panel->txthDriver.setText(DecText(DriverHandle));
+    if (view) view->driverStarted(DriverHandle);
     if (status != 0) {
-        if (panel) panel->cbNoc.setCaption("USB Board won't intialize");
+        if (view) view->driverFailed();
         log_.LogError("Form_Activate(): Failed to initialize USB driver: error &H" +
                       HexText(status) + Crlf("") + "(" + StatusText(status) + ")");
         return;
@@ -67,24 +67,17 @@ void UsbConnection::open(ConnectionPanel* panel) {
         log_.LogErrorFlag = false;
     }
 
-    if (panel) {
-        panel->shpUSBCon[0].setColor(colors_.lightGreen());
-        panel->shpUSBCon[1].setColor(colors_.off());
-        pump_.yield();
-        UsbOpen = true;
-        InitI2CPipe();
-        pump_.yield();
-        panel->cbNoc.setVisible(false);
-        panel->ShpHandleStatus.setColor(colors_.lightGreen());
-    } else {
-        pump_.yield();
-        UsbOpen = true;
-        pump_.yield();
-    }
+    // The main window's open also selects the I2C pipe; the twins leave it as it is.
+    if (view) view->opening();
+    pump_.yield();
+    UsbOpen = true;
+    if (view) InitI2CPipe();
+    pump_.yield();
+    if (view) view->opened();
 }
 
 // The close ignores what the reset, the handle close and the library stop return.
-void UsbConnection::close(ConnectionPanel* panel) {
+void UsbConnection::close(ConnectionView* view) {
     if (!UsbOpen || DriverHandle <= 0) return;
     driver_.resetDevice(TransferDeviceHandle, 0);
     pump_.yield();
@@ -94,43 +87,8 @@ void UsbConnection::close(ConnectionPanel* panel) {
     pump_.yield();
     UsbOpen = false;
     pump_.yield();
-    if (panel) {
-        panel->shpUSBCon[1].setColor(colors_.lightGreen());
-        panel->shpUSBCon[0].setColor(colors_.off());
-    }
+    if (view) view->closed();
     pump_.yield();
-}
-
-void UsbConnection::Connect_Usb(ConnectionPanel& panel) {
-    open(&panel);
-}
-void UsbConnection::Disconnect_USB(ConnectionPanel& panel) {
-    close(&panel);
-}
-void UsbConnection::SharedOpenUsb() {
-    open(nullptr);
-}
-void UsbConnection::SharedCloseUsb() {
-    close(nullptr);
-}
-
-void UsbConnection::cmdUSBConnect_Click(ConnectionPanel& panel) {
-    Connect_Usb(panel);
-    panel.cmdexit.setVisible(false);
-}
-
-void UsbConnection::cmdUSBDisconnect_Click(ConnectionPanel& panel) {
-    Disconnect_USB(panel);
-    panel.cbNoc.setCaption("USB Board Interface Closed");
-    panel.ShpHandleStatus.setColor(colors_.off());
-    panel.txthDriver.setText("Closed");
-    panel.cbSend.setVisible(false);
-    panel.cbReset.setVisible(false);
-    panel.cmdexit.setVisible(true);
-}
-
-void UsbConnection::ChKManUsbConn_Click(ConnectionPanel& panel) {
-    ManualUsbConnect = panel.ChKManUsbConn.checked();
 }
 
 bool UsbConnection::DeviceAttach(UsbDeviceHandle h, const UsbDeviceInfo& d,

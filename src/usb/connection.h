@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "foundation/colors.h"
-#include "foundation/controls.h"
 #include "foundation/form.h"
 #include "foundation/ports.h"
 #include "foundation/program_log.h"
@@ -19,21 +18,17 @@
 
 namespace i2cbridge {
 
-// The main window's connection area.
-struct ConnectionPanel {
-    Button cmdUSBConnect{"USB Connect", "Connect and leave USB connection open."};
-    Button cmdUSBDisconnect{"USB Disconnect", "Close USB Connection."};
-    CheckBox ChKManUsbConn{"Manual USB Connect / Disconnect", false,
-                           "Check to disable automatic open / closing of USB connection."};
-    Label lblUSBConnect{"Manual User Connect"};
-    std::array<Lamp, 2> shpUSBCon;  // 0 lit while open, 1 while closed
-    Lamp ShpHandleStatus;
-    Lamp ShpAttach;
-    TextBox txthDriver{"Not Initialized"};
-    Button cbNoc{"USB Initialized"};  // a button used as a notice
-    Button cmdexit{"Exit"};
-    Button cbSend{"Send All", "Updates all writable registers and samples internal registers."};
-    Button cbReset{"Reset", "Reset Procedure"};
+// What a window paints while its own connection operations run (the main window's connection
+// area). The module-level twins run the same steps and paint nothing.
+class ConnectionView {
+public:
+    virtual ~ConnectionView() = default;
+    virtual void driverStarted(UsbDriverHandle handle) = 0;
+    virtual void driverFailed() = 0;
+    // Just before the connection counts as open, and once it does.
+    virtual void opening() = 0;
+    virtual void opened() = 0;
+    virtual void closed() = 0;
 };
 
 // User data handed to the library and given back to both handlers.
@@ -71,16 +66,13 @@ public:
     uint32_t BytesTransferred = 0;
     void Redim(std::size_t length) { TransferBuffer.assign(length, 0); }
 
-    // Main-window flavour: paints the connection area given.
-    void Connect_Usb(ConnectionPanel& panel);
-    void Disconnect_USB(ConnectionPanel& panel);
-    void cmdUSBConnect_Click(ConnectionPanel& panel);
-    void cmdUSBDisconnect_Click(ConnectionPanel& panel);
-    void ChKManUsbConn_Click(ConnectionPanel& panel);
+    // The open and the close, painting the view given (the main window's), or nothing.
+    void open(ConnectionView* view);
+    void close(ConnectionView* view);
 
     // Module-level twins: the same state, no controls.
-    void SharedOpenUsb();
-    void SharedCloseUsb();
+    void SharedOpenUsb() { open(nullptr); }
+    void SharedCloseUsb() { close(nullptr); }
 
     bool DeviceAttach(UsbDeviceHandle h, const UsbDeviceInfo& d, DriverContextRecord& c);
     void DeviceDetach(UsbDeviceHandle h, DriverContextRecord& c);
@@ -97,8 +89,6 @@ public:
     BoardDriver& driver() { return driver_; }
 
 private:
-    void open(ConnectionPanel* panel);
-    void close(ConnectionPanel* panel);
     void pipeTransfer(bool read);
 
     BoardDriver& driver_;

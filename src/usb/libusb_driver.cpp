@@ -42,14 +42,6 @@ bool MatchesEntry(const libusb_device_descriptor& device, const libusb_config_de
     return false;
 }
 
-int32_t PipeEndpoint(uint32_t pipe, bool read, uint8_t& endpoint) {
-    if (pipe > 0xFF || (pipe & 0x0F) == 0 || (pipe & 0x70) != 0) return LIBUSB_ERROR_INVALID_PARAM;
-    const bool inPipe = (pipe & LIBUSB_ENDPOINT_IN) != 0;
-    if (inPipe != read) return LIBUSB_ERROR_INVALID_PARAM;
-    endpoint = static_cast<uint8_t>(pipe);
-    return LIBUSB_SUCCESS;
-}
-
 UsbDeviceInfo DeviceInfoFromDescriptors(const libusb_device_descriptor& device,
                                         const libusb_config_descriptor* config) {
     UsbDeviceInfo info;
@@ -314,8 +306,8 @@ int32_t LibusbDriver::transfer(UsbDeviceHandle device, uint32_t pipe, bool read,
     bytesTransferred = 0;
     OpenDevice* open = find(device);
     if (open == nullptr) return LIBUSB_ERROR_NO_DEVICE;
-    uint8_t endpoint = 0;
-    if (const int32_t r = PipeEndpoint(pipe, read, endpoint); r != LIBUSB_SUCCESS) return r;
+    if (!PipeMatches(pipe, read)) return LIBUSB_ERROR_INVALID_PARAM;
+    const auto endpoint = static_cast<uint8_t>(pipe);
     if ((buffer == nullptr && size > 0) || size > static_cast<uint32_t>(INT32_MAX))
         return LIBUSB_ERROR_INVALID_PARAM;
     int done = 0;

@@ -121,8 +121,7 @@ int32_t SimulatedBoard::transfer(UsbDeviceHandle device, uint32_t pipe, bool rea
     if (latency_.count() > 0) waitForFrameEnd();
     if (!running_ || device == 0 || device != device_) return usb_status::kNoDevice;
     if (noEndpoints_) return usb_status::kNotFound;
-    const bool inPipe = (pipe & 0x80) != 0;
-    if (inPipe != read || pipe > 0xFF) return usb_status::kInvalidParam;
+    if (!PipeMatches(pipe, read)) return usb_status::kInvalidParam;
     const auto endpoint = static_cast<uint8_t>(pipe);
 
     std::optional<TransferFault> fault;

@@ -13,7 +13,7 @@
 
 #include "gpio/frm_gpio.h"
 #include "libusb_rig.h"
-#include "registers/i2c_frames.h"
+#include "workbench/i2c_frames.h"
 
 namespace i2cbridge::testing {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "emulated_board.h"
 #include "registers/frm_i2c_general.h"
-#include "shell/workbench.h"
+#include "workbench/workbench.h"
 #include "support/fakes.h"
 #include "usb/libusb_driver.h"
 

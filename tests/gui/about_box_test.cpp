@@ -11,9 +11,9 @@
 #include <memory>
 
 #include "foundation/ports.h"
-#include "shell/frm_about2.h"
-#include "shell/qt_about_box.h"
-#include "shell/qt_system_info_launcher.h"
+#include "about/frm_about2.h"
+#include "qt/qt_about_box.h"
+#include "qt/qt_system_info_launcher.h"
 #include "support/fakes.h"
 
 using namespace i2cbridge;

@@ -9,7 +9,7 @@
 #include <QtTest>
 
 #include "foundation/controls.h"
-#include "foundation/qt_binding.h"
+#include "qt/qt_binding.h"
 
 using namespace i2cbridge;
 

@@ -11,9 +11,9 @@
 #include <memory>
 
 #include "foundation/colors.h"
-#include "foundation/qt_binding.h"
+#include "qt/qt_binding.h"
 #include "gpio/frm_gpio.h"
-#include "gpio/qt_gpio_window.h"
+#include "qt/qt_gpio_window.h"
 #include "support/fakes.h"
 
 using namespace i2cbridge;

@@ -16,8 +16,8 @@
 
 #include "foundation/colors.h"
 #include "foundation/hex_text.h"
-#include "foundation/qt_binding.h"
-#include "registers/qt_main_window.h"
+#include "qt/qt_binding.h"
+#include "qt/qt_main_window.h"
 #include "support/fakes.h"
 
 using namespace i2cbridge;

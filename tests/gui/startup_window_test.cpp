@@ -6,8 +6,8 @@
 #include <QMenuBar>
 #include <QtTest>
 
-#include "registers/qt_main_window.h"
-#include "shell/qt_startup_window.h"
+#include "qt/qt_main_window.h"
+#include "qt/qt_startup_window.h"
 #include "support/fakes.h"
 
 using namespace i2cbridge;

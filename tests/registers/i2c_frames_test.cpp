@@ -1,4 +1,4 @@
-#include "registers/i2c_frames.h"
+#include "workbench/i2c_frames.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <regex>
 
 #include "foundation/ports.h"
-#include "shell/frm_about2.h"
+#include "about/frm_about2.h"
 #include "support/fakes.h"
 
 namespace i2cbridge::testing {

@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "app/program.h"
 #include "foundation/ports.h"
 #include "gpio/frm_gpio.h"
 #include "registers/frm_i2c_general.h"
-#include "shell/workbench.h"
+#include "workbench/workbench.h"
 #include "usb/board_driver.h"
 #include "usb/simulated_board.h"
 
@@ -72,10 +73,12 @@ struct Rig {
     FakePump pump{&board};
     FakeDialogs dialogs;
     std::unique_ptr<Workbench> wb = std::make_unique<Workbench>(board, pump, dialogs);
+    std::unique_ptr<Program> program = std::make_unique<Program>(*wb);
 
-    FrmI2CGeneral& main() { return wb->mainWindow(); }
-    FrmGPIO& gpio() { return wb->gpioScreen(); }
-    const std::string& log() { return main().Txtlog.text(); }
+    FrmI2CGeneral& main() { return program->mainWindow(); }
+    FrmGPIO& gpio() { return program->gpioScreen(); }
+    // The program log; reading it creates no window.
+    const std::string& log() { return wb->log.Txtlog.text(); }
     // The log written from now on: remembers where the text ends.
     void markLog() { mark_ = log().size(); }
     std::string logSinceMark() { return log().substr(std::min(mark_, log().size())); }

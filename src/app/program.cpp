@@ -1,0 +1,44 @@
+#include "app/program.h"
+
+#include "gpio/frm_gpio.h"
+#include "registers/frm_i2c_general.h"
+
+namespace i2cbridge {
+
+Program::Program(Workbench& w) : wb(w) {
+    wb.host = this;
+}
+
+Program::~Program() {
+    if (wb.host == this) wb.host = nullptr;
+}
+
+// The pointer is set before the load runs, so everything the load refers to finds the window
+// that is loading instead of creating a second one.
+std::shared_ptr<FrmI2CGeneral> Program::mainWindowModel() {
+    if (!main_) {
+        main_ = std::make_shared<FrmI2CGeneral>(wb);
+        const auto keep = main_;
+        keep->Form_Load();
+    }
+    return main_;
+}
+
+std::shared_ptr<FrmGPIO> Program::gpioScreenModel() {
+    if (!gpio_) {
+        gpio_ = std::make_shared<FrmGPIO>(wb);
+        const auto keep = gpio_;
+        keep->Form_Load();
+    }
+    return gpio_;
+}
+
+FrmI2CGeneral& Program::mainWindow() {
+    return *mainWindowModel();
+}
+
+FrmGPIO& Program::gpioScreen() {
+    return *gpioScreenModel();
+}
+
+}  // namespace i2cbridge

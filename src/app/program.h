@@ -1,0 +1,43 @@
+#pragma once
+
+// The program's windows: one main window, one GPIO screen and any number of script windows,
+// each created and loaded on first reference. The front ends (the Qt program, the command
+// line) build one over a Workbench; the windows reach each other through it.
+//
+// Closing a window lets go of its model at once. A handler of that window that is still waiting
+// in a yield holds the model with Form::keepAlive(), and a view holds the model it shows, so the
+// model is freed when the last of them lets go, never while one still runs on it.
+
+#include <memory>
+
+#include "workbench/workbench.h"
+
+namespace i2cbridge {
+
+class Program : public WindowHost {
+public:
+    explicit Program(Workbench& wb);
+    ~Program() override;
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    Workbench& wb;
+
+    FrmI2CGeneral& mainWindow() override;
+    FrmGPIO& gpioScreen() override;
+    // The same windows, shared with a view that shows them.
+    std::shared_ptr<FrmI2CGeneral> mainWindowModel();
+    std::shared_ptr<FrmGPIO> gpioScreenModel();
+    bool hasMainWindow() const { return main_ != nullptr; }
+    bool hasGpioScreen() const { return gpio_ != nullptr; }
+
+    // Closing the GPIO screen destroys its controls; GpioState lives on, and the next
+    // reference loads a fresh screen.
+    void unloadGpioScreen() { gpio_.reset(); }
+
+private:
+    std::shared_ptr<FrmI2CGeneral> main_;
+    std::shared_ptr<FrmGPIO> gpio_;
+};
+
+}  // namespace i2cbridge

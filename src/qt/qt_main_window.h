@@ -1,0 +1,63 @@
+#pragma once
+
+// The main window as the user sees it: every widget is bound to its control model in
+// FrmI2CGeneral and every user event goes to the model's handler. Widgets are named after
+// their controls ("txtI2CAdr", "txtBWrite(5)", "shpUSBCon(0)") so they can be found by name.
+
+#include <QMainWindow>
+#include <memory>
+
+class QTabWidget;
+
+namespace i2cbridge {
+
+class Program;
+class FrmI2CGeneral;
+
+// The model is held by a base that comes before the widget, so it outlives the child
+// widgets, whose bindings point into it.
+struct MainModelHolder {
+    std::shared_ptr<FrmI2CGeneral> held;
+};
+
+class MainWindowView : private MainModelHolder, public QMainWindow {
+public:
+    // simulatedBoard adds " [simulated board]" to the caption the model gives.
+    MainWindowView(Program& program, bool simulatedBoard, QWidget* parent = nullptr);
+
+    FrmI2CGeneral& model() { return model_; }
+    // The widget of a control by its name, e.g. control<QLineEdit>("txtBWrite(3)").
+    template <class W>
+    W* control(const QString& name) const {
+        return findChild<W*>(name);
+    }
+    // Where the window fits all of its controls without scroll bars.
+    QSize fullSize() const;
+
+protected:
+    bool event(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    QWidget* buildGeneralPage();
+    QWidget* buildLogPage();
+    QWidget* buildConnectionArea();
+    QWidget* buildAddressArea();
+    QWidget* buildCommTest();
+    QWidget* buildSingleBytePanel();
+    QWidget* buildRegisterFrame(int frame);
+    QWidget* buildTableButtons();
+    QWidget* buildRawPanel();
+    QWidget* buildLampLegend();
+    void buildMenus();
+    // The content's size goes to the model (pbinner), then the resize rule runs again.
+    void syncInnerSize();
+    void applyResize();
+
+    FrmI2CGeneral& model_;
+    QTabWidget* tabs_ = nullptr;
+    QWidget* generalPage_ = nullptr;
+    QWidget* inner_ = nullptr;
+};
+
+}  // namespace i2cbridge

@@ -1,0 +1,1 @@
+#include "workbench/workbench.h"  // the board may not know the workbench

@@ -1,0 +1,1 @@
+#include <QWidget>  // only the front ends use Qt
