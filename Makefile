@@ -4,7 +4,7 @@ BUILD ?= build
 TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build run test asan bench fuzz clean
+.PHONY: all deps configure build run test core asan bench fuzz clean
 
 all: build
 
@@ -28,6 +28,13 @@ run: build
 test: build
 	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
+# The core and the command-line program alone, without Qt: proves the core needs no Qt.
+core: deps
+	@cmake -S . -B build-core -G Ninja -DCMAKE_BUILD_TYPE=$(TYPE) -DI2CB_GUI=OFF -DI2CB_TESTS=OFF \
+	  -DI2CB_BENCH=OFF > /dev/null
+	@cmake --build build-core -j $(JOBS)
+	@if ldd build-core/i2cbridge-cli | grep -qi qt; then echo "i2cbridge-cli links Qt"; exit 1; fi
+
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
 asan:
 	@$(MAKE) --no-print-directory test BUILD=build-asan TYPE=Debug \
@@ -43,4 +50,4 @@ fuzz: deps
 	@echo "Fuzz targets are in build-fuzz/fuzz/"
 
 clean:
-	rm -rf build build-asan build-fuzz
+	rm -rf build build-core build-asan build-fuzz

@@ -1,0 +1,78 @@
+// The exchanges hand back a copy of the answer checked for size, whatever a handler that ran
+// inside a transfer's yield did to the shared buffer; and a closed window's model lives only
+// as long as a handler still runs on it.
+
+#include "workbench/exchange.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "support/fakes.h"
+
+namespace i2cbridge::testing {
+namespace {
+
+TEST(Reply, IsAlwaysAsLongAsAskedForAndReadsZeroWhereTheBufferEnded) {
+    const Reply shorter({1, 0x5A}, 4);
+    EXPECT_EQ(shorter.bytes(), (std::vector<uint8_t>{1, 0x5A, 0, 0}));
+    EXPECT_EQ(shorter[7], 0);
+    EXPECT_EQ(Reply({1, 2, 3}, 2).bytes(), (std::vector<uint8_t>{1, 2}));
+}
+
+// With the connection closed by hand, a read logs and yields. The raw two-byte panel's Write
+// can run inside that yield and leave a two-byte buffer behind; the GPIO read-back reads bytes
+// 2 and 3 of its answer all the same.
+TEST(NestedExchange, RawWriteInsideTheGpioReadBackYieldLeavesTheAnswerWhole) {
+    Rig rig;
+    FrmI2CGeneral& main = rig.main();
+    main.ChKManUsbConn.setChecked(true);
+    main.ChKManUsbConn_Click();
+    ASSERT_FALSE(rig.wb->usb.UsbOpen);
+    FrmGPIO& gpio = rig.gpio();
+
+    bool nested = false;
+    rig.pump.atYield(0, [&] {
+        main.cmdWrite_Click();
+        nested = rig.wb->usb.TransferBuffer.size() == 2;
+    });
+    gpio.cmdGPIO_Write_Click();
+
+    EXPECT_TRUE(nested);
+    // Nothing came back: every read-back box shows the zero of a lost answer.
+    EXPECT_EQ(gpio.txtPCHex[1].text(), "00");
+    EXPECT_EQ(gpio.txtPCHex[3].text(), "00");
+    EXPECT_EQ(gpio.txtPCHexData[1].text(), "00");
+}
+
+TEST(WindowLifetime, ModelClosedInsideItsOwnHandlersYieldIsFreedWhenTheHandlerReturns) {
+    Rig rig;
+    std::weak_ptr<FrmGPIO> closed = rig.program->gpioScreenModel();
+    bool aliveDuringHandler = false;
+    rig.pump.atYield(0, [&] {
+        rig.program->unloadGpioScreen();
+        aliveDuringHandler = !closed.expired();
+    });
+    closed.lock()->cmdWrite_GPIO_Data_Click();
+
+    EXPECT_TRUE(aliveDuringHandler);
+    EXPECT_TRUE(closed.expired());
+    EXPECT_FALSE(rig.program->hasGpioScreen());
+}
+
+TEST(WindowLifetime, LoggingOpeningAndTransferringCreateNoWindow) {
+    Rig rig;
+    rig.wb->usb.InitI2CPipe();  // a front end without the main window selects the pipe itself
+    rig.wb->usb.SharedOpenUsb();
+    const uint8_t reg[] = {2};
+    const Reply reply = I2CExchange(rig.wb->usb, RegisterReadRequest(1, 0x61, reg), 2);
+    rig.wb->usb.SharedCloseUsb();
+
+    EXPECT_EQ(reply.bytes(), (std::vector<uint8_t>{1, 0x5A}));
+    EXPECT_FALSE(rig.program->hasMainWindow());
+    EXPECT_FALSE(rig.program->hasGpioScreen());
+    EXPECT_NE(rig.log().find("DeviceAttach: Received and accepted attach"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace i2cbridge::testing
