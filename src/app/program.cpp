@@ -1,7 +1,10 @@
 #include "app/program.h"
 
+#include <algorithm>
+
 #include "gpio/frm_gpio.h"
 #include "registers/frm_i2c_general.h"
+#include "scripts/frm_script_ops.h"
 
 namespace i2cbridge {
 
@@ -31,6 +34,15 @@ std::shared_ptr<FrmGPIO> Program::gpioScreenModel() {
         keep->Form_Load();
     }
     return gpio_;
+}
+
+std::shared_ptr<FrmScriptOps> Program::newScriptWindow() {
+    scripts_.push_back(std::make_shared<FrmScriptOps>(wb));
+    return scripts_.back();
+}
+
+void Program::closeScriptWindow(const FrmScriptOps& window) {
+    std::erase_if(scripts_, [&window](const auto& w) { return w.get() == &window; });
 }
 
 FrmI2CGeneral& Program::mainWindow() {

@@ -9,10 +9,13 @@
 // model is freed when the last of them lets go, never while one still runs on it.
 
 #include <memory>
+#include <vector>
 
 #include "workbench/workbench.h"
 
 namespace i2cbridge {
+
+class FrmScriptOps;
 
 class Program : public WindowHost {
 public:
@@ -35,7 +38,15 @@ public:
     // reference loads a fresh screen.
     void unloadGpioScreen() { gpio_.reset(); }
 
+    // Script windows, any number. A new one is created but not loaded: its view shows it
+    // first, then runs its Form_Load, which asks for a script file at once.
+    std::shared_ptr<FrmScriptOps> newScriptWindow();
+    // Lets go of a closed script window; a handler still running on it keeps it alive.
+    void closeScriptWindow(const FrmScriptOps& window);
+    const std::vector<std::shared_ptr<FrmScriptOps>>& scriptWindows() const { return scripts_; }
+
 private:
+    std::vector<std::shared_ptr<FrmScriptOps>> scripts_;
     std::shared_ptr<FrmI2CGeneral> main_;
     std::shared_ptr<FrmGPIO> gpio_;
 };

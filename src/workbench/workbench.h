@@ -33,7 +33,8 @@ public:
 struct WindowRequests {
     std::function<void()> showGpioScreen;
     std::function<void()> showAbout;
-    std::function<void()> showScriptWindow;
+    std::function<void()> showScriptWindow;         // the main window's "Script Execution"
+    std::function<void()> openAnotherScriptWindow;  // a script window's "Open Another ..."
     std::function<void()> endProgram;  // the main window was unloaded
 };
 
@@ -46,6 +47,8 @@ struct ScriptRunState {
     int16_t IntStartLine = 0;
     int16_t IntEndLine = 0;
     int16_t IntDetectLine = 0;
+    // A service routine is running: a sample inside it starts no second one.
+    bool ServiceRunning = false;
 };
 
 class Workbench {

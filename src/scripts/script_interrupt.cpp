@@ -1,0 +1,63 @@
+// Interrupt sampling: after every row (while sampling is on) the GPIO ports are read through
+// the GPIO screen and compared with their idle value; a difference runs the script's service
+// routine and moves the run on past the row after which it was seen.
+
+#include "gpio/frm_gpio.h"
+#include "scripts/frm_script_ops.h"
+#include "workbench/workbench.h"
+
+namespace i2cbridge {
+
+void FrmScriptOps::cmdISample_Click() {
+    const auto keep = keepAlive();
+    wb_.gpioScreen().cmdWrite_GPIO_Data_Click();
+    FrmGPIO& screen = wb_.gpioScreen();
+    txtLastRead.setText(screen.txtPCHexData[1].text() + screen.txtPCHexData[3].text());
+    toggleSampleLamp();
+    // Compared as text: an idle value typed in lower case never matches.
+    if (txtLastRead.text() != txtIDefault.text()) {
+        chkISample.setChecked(false);
+        // Before any row has run there is no step to report and no place to resume from.
+        if (lastExecutedRow != 0) {
+            txtIdetectStep.setText(cellText(lastExecutedRow, kColLine));
+            wb_.script.IntDetectLine = static_cast<int16_t>(lastExecutedRow);
+            runService();
+        }
+    }
+    wb_.pump.yield();
+}
+
+// The rows from the Int Start line to the Int End line, nested in the row that sampled. A
+// routine that enables sampling again while the line is still active would start itself
+// again from its own rows: no second routine starts while one runs.
+void FrmScriptOps::runService() {
+    ScriptRunState& run = wb_.script;
+    if (run.IntStartLine == 0 || run.IntEndLine <= run.IntStartLine || run.ServiceRunning) return;
+    run.ServiceRunning = true;
+    for (run.IntStep = run.IntStartLine; run.IntStep <= run.IntEndLine; ++run.IntStep) {
+        const int step = run.IntStep;
+        vbalGrid1.setSelectedRow(step);
+        ExecuteScriptRow(step, 1);
+        txtIexec.setText(std::to_string(run.IntStep));
+        wb_.pump.yield();
+        txtRunning.setText(std::to_string(run.IntStep));
+        wb_.pump.yield();
+        if (run.AbortRequested) break;
+    }
+    run.ServiceRunning = false;
+    run.CurrentStep = run.IntDetectLine;
+}
+
+void FrmScriptOps::chkISample_MouseUp() {
+    if (chkISample.checked()) {
+        txtIEnableStep.setText("On");
+        txtIDisableStep.setText("");
+    } else {
+        txtIEnableStep.setText("Off");
+        txtIDisableStep.setText("On");
+    }
+    wb_.pump.yield();
+    wb_.pump.yield();
+}
+
+}  // namespace i2cbridge

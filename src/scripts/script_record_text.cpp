@@ -1,0 +1,56 @@
+#include "scripts/script_record_text.h"
+
+#include <cstdio>
+
+namespace i2cbridge {
+
+void ReplaceExpectedData(std::string& line, std::string_view actual) {
+    const auto first = line.find(',');
+    if (first == std::string::npos) return;
+    const auto second = line.find(',', first + 1);
+    if (second == std::string::npos) return;
+    const auto fieldEnd = std::min(line.find_first_of(",#", second + 1), line.size());
+    auto textBegin = line.find_first_not_of(" \t", second + 1);
+    if (textBegin == std::string::npos || textBegin > fieldEnd) textBegin = fieldEnd;
+    auto textEnd = fieldEnd;
+    while (textEnd > textBegin && (line[textEnd - 1] == ' ' || line[textEnd - 1] == '\t')) {
+        --textEnd;
+    }
+    line.replace(textBegin, textEnd - textBegin, actual);
+}
+
+std::string StampDate(const DateTime& t) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%02d-%02d-%04d", t.month, t.day, t.year);
+    return text;
+}
+
+std::string StampTime(const DateTime& t) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%02d:%02d:%02d", t.hour, t.minute, t.second);
+    return text;
+}
+
+void StampFirstLine(std::string& line, const DateTime& now, std::string_view loops) {
+    if (const auto at = line.find(kStampMark); at != std::string::npos) line.resize(at);
+    line.append("# AutoUpdated: ")
+        .append(StampDate(now))
+        .append(" ")
+        .append(StampTime(now))
+        .append(" Looping: ")
+        .append(loops);
+}
+
+std::string DataLogPath(std::string_view scriptPath) {
+    const auto name = scriptPath.find_last_of("/\\");
+    const auto dot = scriptPath.rfind('.');
+    std::string path(scriptPath);
+    if (dot == std::string::npos || (name != std::string::npos && dot < name) ||
+        dot == (name == std::string::npos ? 0 : name + 1)) {
+        return path + "_DL";
+    }
+    path.insert(dot, "_DL");
+    return path;
+}
+
+}  // namespace i2cbridge
