@@ -15,6 +15,29 @@ BoardModel::BoardModel() {
     memory.registerAddressBytes = 2;
     memory.registers.assign(0x2000, 0xFF);
     addDevice(memory);
+
+    I2CDevice interruptSource;
+    interruptSource.writeAddress = InterruptSource::kWriteAddress;
+    interruptSource.registers.assign(2, 0);
+    addDevice(interruptSource);
+}
+
+void BoardModel::setInterrupt(bool active) {
+    interrupt_.active = active;
+    if (I2CDevice* dev = device(InterruptSource::kWriteAddress)) {
+        dev->registers[InterruptSource::kStatusRegister] = active ? 1 : 0;
+    }
+    if (active) {
+        gpio_.pbInputs = static_cast<uint8_t>(gpio_.pbInputs & ~InterruptSource::kPortBPin);
+    } else {
+        gpio_.pbInputs = static_cast<uint8_t>(gpio_.pbInputs | InterruptSource::kPortBPin);
+    }
+}
+
+// An armed source counts every frame the board receives, whatever it is for.
+void BoardModel::countFrameForInterrupt() {
+    if (interrupt_.framesLeft <= 0) return;
+    if (--interrupt_.framesLeft == 0) setInterrupt(true);
 }
 
 I2CDevice* BoardModel::device(uint8_t writeAddress) {
@@ -34,6 +57,7 @@ void BoardModel::removeDevice(uint8_t writeAddress) {
 
 bool BoardModel::receive(uint8_t endpoint, std::span<const uint8_t> frame) {
     if (recording_) sent_.push_back({endpoint, {frame.begin(), frame.end()}});
+    countFrameForInterrupt();
     switch (endpoint) {
         case 0x02:
             i2cRequest(frame);
@@ -85,15 +109,19 @@ void BoardModel::i2cRequest(std::span<const uint8_t> frame) {
         dev->pointer = static_cast<uint32_t>(p % size);
     };
 
+    const bool interruptSource = (address & 0xFE) == InterruptSource::kWriteAddress;
     if (address & 1) {
         if (!payload.empty()) setPointer(payload);
         std::vector<uint8_t> reply{count};
         reply.reserve(1u + count);
+        bool statusRead = false;
         for (int i = 0; i < count; ++i) {
+            statusRead |= dev->pointer == InterruptSource::kStatusRegister;
             reply.push_back(dev->registers[dev->pointer]);
             dev->pointer = static_cast<uint32_t>((dev->pointer + 1) % size);
         }
         replies_[0x82] = std::move(reply);
+        if (interruptSource && statusRead) setInterrupt(false);
         return;
     }
 
@@ -105,6 +133,10 @@ void BoardModel::i2cRequest(std::span<const uint8_t> frame) {
         std::min(taken.size(), static_cast<std::size_t>(dev->registerAddressBytes));
     if (pointerBytes > 0) setPointer(taken.first(pointerBytes));
     for (uint8_t b : taken.subspan(pointerBytes)) {
+        if (interruptSource && dev->pointer == InterruptSource::kControlRegister) {
+            interrupt_.framesLeft = b;
+            if (b == 0) setInterrupt(false);
+        }
         dev->registers[dev->pointer] = b;
         dev->pointer = static_cast<uint32_t>((dev->pointer + 1) % size);
     }

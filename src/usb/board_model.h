@@ -32,6 +32,20 @@ struct I2CDevice {
     std::optional<int> nakAfterBytes;
 };
 
+// A device whose interrupt output pulls a GPIO input of the board low: the way a part under
+// test tells the PC that something happened. Writing a number N to its control register arms
+// it to fire after N more frames reach the board; firing sets its status register to 1 and
+// pulls the pin low; reading the status register releases the line (status back to 0).
+// Writing 0 to the control register disarms it.
+struct InterruptSource {
+    static constexpr uint8_t kWriteAddress = 0x40;
+    static constexpr uint8_t kControlRegister = 0;
+    static constexpr uint8_t kStatusRegister = 1;
+    static constexpr uint8_t kPortBPin = 0x80;  // PB7
+    int framesLeft = 0;                         // 0: not armed
+    bool active = false;
+};
+
 struct GpioPins {
     uint8_t pbData = 0xFF, pcData = 0xFF, pbEnables = 0x00, pcEnables = 0x00;
     uint8_t pbInputs = 0xFF, pcInputs = 0xFF;  // levels on the pins that are not driven
@@ -49,8 +63,8 @@ public:
     static constexpr uint8_t kIdentifier = 0x5A;  // what register 2 of the default device holds
     static constexpr std::size_t kGpioAnswerLength = 25;
 
-    BoardModel();  // one 256-register device at 0x60 (register 2 = kIdentifier) and a
-                   // 16-bit-addressed memory at 0xA0
+    BoardModel();  // one 256-register device at 0x60 (register 2 = kIdentifier), a
+                   // 16-bit-addressed memory at 0xA0 and the interrupt source at 0x40
 
     // A frame written by the PC to an OUT endpoint. Returns false for an unknown endpoint.
     bool receive(uint8_t endpoint, std::span<const uint8_t> frame);
@@ -62,6 +76,7 @@ public:
     I2CDevice& addDevice(I2CDevice device);
     void removeDevice(uint8_t writeAddress);
     GpioPins& gpio() { return gpio_; }
+    const InterruptSource& interrupt() const { return interrupt_; }
     const GpioPins& gpio() const { return gpio_; }
 
     // Every frame the PC sent, in order, for tests and benchmarks.
@@ -73,9 +88,12 @@ private:
     void i2cRequest(std::span<const uint8_t> frame);
     void gpioFrame(std::span<const uint8_t> frame);
     std::array<uint8_t, 4> gpioState() const;
+    void countFrameForInterrupt();
+    void setInterrupt(bool active);
 
     std::map<uint8_t, I2CDevice> devices_;
     GpioPins gpio_;
+    InterruptSource interrupt_;
     // One answer per IN endpoint: a new request replaces an answer nobody collected.
     std::map<uint8_t, std::vector<uint8_t>> replies_;
     std::vector<WireFrame> sent_;
