@@ -17,6 +17,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -120,6 +121,11 @@ public:
     bool ScriptRunning = false;
     int FailsAtRowStart = 0;
     int lastExecutedRow = 0;  // 0: no row has run since the load
+
+    // Told when a row starts and when a row's read data has been compared (a front end that
+    // reports results, such as the command line's test report).
+    std::function<void(int row)> onRowStarted;
+    std::function<void(int row, bool passed)> onCompared;
 
     // Window events and menus.
     void Form_Load();

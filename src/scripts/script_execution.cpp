@@ -78,6 +78,7 @@ void FrmScriptOps::ExecuteScriptRow(int n, int /*column*/) {
     }
     vbalGrid1.setBack(n, kColI2CAdr, kCellRed);
     lastExecutedRow = n;
+    if (onRowStarted) onRowStarted(n);
 
     const std::string operation = cellText(n, kColOperation);
     if (operation == "NOP") {
@@ -211,7 +212,9 @@ void FrmScriptOps::Read_I2C(int n) {
 
 // Expected and actual read data compared as texts, exactly.
 void FrmScriptOps::compare(int n) {
-    if (cellText(n, kColDataRd) == cellText(n, kColActRd)) {
+    const bool passed = cellText(n, kColDataRd) == cellText(n, kColActRd);
+    if (onCompared) onCompared(n, passed);
+    if (passed) {
         increment(txtRdPass);
         vbalGrid1.setBack(n, kColActRd, kCellGreen);
     } else {

@@ -6,6 +6,8 @@
 // main window's flavour also paints its connection controls.
 
 #include <array>
+#include <chrono>
+#include <functional>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -37,6 +39,18 @@ struct DriverContextRecord {
     int32_t AlternateSetting = 0;
     UsbDeviceHandle DeviceHandle = 0;  // 0 while no board is attached
     int32_t AttachStatus = 0;
+};
+
+// One transfer as it went over the wire, for a trace: when it was handed to the driver and
+// when the driver returned, the pipe, and the bytes sent (OUT) or received (IN).
+struct TransferRecord {
+    std::chrono::steady_clock::time_point submitted;
+    std::chrono::steady_clock::time_point completed;
+    uint32_t pipe = 0;
+    bool read = false;
+    uint32_t requested = 0;  // the transfer's length
+    int32_t status = 0;
+    std::vector<uint8_t> data;
 };
 
 class UsbConnection {
@@ -87,6 +101,9 @@ public:
     void SharedReadPipe() { pipeTransfer(true); }
 
     BoardDriver& driver() { return driver_; }
+
+    // Told every transfer that reached the driver (a trace); unset costs nothing.
+    std::function<void(const TransferRecord&)> onTransfer;
 
 private:
     void pipeTransfer(bool read);
