@@ -182,7 +182,7 @@ private slots:
         QPointer<QWidget> old = window();
 
         old->close();
-        QVERIFY(!rig->wb->hasGpioScreen());
+        QVERIFY(!rig->program->hasGpioScreen());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(old.isNull());
         QVERIFY(!window());
@@ -190,7 +190,7 @@ private slots:
 
         ShowGpioWindow(*rig->wb);
         QVERIFY(window());
-        QVERIFY(rig->wb->hasGpioScreen());
+        QVERIFY(rig->program->hasGpioScreen());
         QVERIFY(child<QCheckBox>("ChkBData_3")->isChecked());
         QVERIFY(!child<QCheckBox>("chkOutEn_0")->isChecked());
         QCOMPARE(child<QLineEdit>("txtPCHexData_0")->text(), QString("F7"));
@@ -205,7 +205,7 @@ private slots:
         old->close();
         ShowGpioWindow(*rig->wb);
         QVERIFY(window() != old.data());
-        QVERIFY(rig->wb->hasGpioScreen());
+        QVERIFY(rig->program->hasGpioScreen());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(old.isNull());
         // The new window still drives the live model.
@@ -235,7 +235,7 @@ private slots:
 
         QVERIFY(aliveInsideTheWrite);
         QCOMPARE(rig->sent().size(), std::size_t{1});
-        QVERIFY(!rig->wb->hasGpioScreen());
+        QVERIFY(!rig->program->hasGpioScreen());
         destroyClosedWindows();
         QVERIFY(w.isNull());
     }

@@ -256,7 +256,7 @@ void MainWindowTest::menuItemsReachTheirHandlers() {
 
     trigger("mnuGPIO");
     QCOMPARE(w.gpioShown, 1);
-    QVERIFY(w.rig.wb->hasGpioScreen());
+    QVERIFY(w.rig.program->hasGpioScreen());
     trigger("frmAbout");
     QCOMPARE(w.aboutShown, 1);
 

@@ -27,14 +27,14 @@ void StartupWindowTest::loadHidesItselfAndShowsTheMainWindow() {
     StartupWindow startup(*rig.wb, true);
     QCOMPARE(startup.windowTitle(), QStringLiteral("Quantrel I2C Video Mux Control Software"));
     QVERIFY(startup.mainWindow() == nullptr);
-    QVERIFY(!rig.wb->hasMainWindow());
+    QVERIFY(!rig.program->hasMainWindow());
 
     startup.Form_Load();
     QVERIFY(!startup.isVisible());
     MainWindowView* main = startup.mainWindow();
     QVERIFY(main != nullptr);
     QVERIFY(main->isVisible());
-    QVERIFY(rig.wb->hasMainWindow());
+    QVERIFY(rig.program->hasMainWindow());
     QCOMPARE(main->windowTitle(),
              QStringLiteral("Quantrel I2C Communications Software [simulated board]"));
     // The main window's load ran: the start-up probe wrote its lines.
