@@ -12,9 +12,9 @@ namespace {
 // wider is out of byte range, so every caller refuses it.
 TEST(HexToInt, ReadsLeadingHexDigitsAsASixteenBitValue) {
     const std::pair<const char*, int> cases[] = {
-        {"", 0},         {"G", 0},        {"ZZ", 0},      {"-1", 0},          {"&H", 0},
-        {"1G", 1},       {"a5", 165},     {"ff", 255},    {"0FF", 255},       {"100", 256},
-        {"1 F", 1},      {"7FFF", 32767}, {"8000", -32768}, {"FFFF", -1},     {"0000FFFF", -1},
+        {"", 0},    {"G", 0},        {"ZZ", 0},        {"-1", 0},    {"&H", 0},
+        {"1G", 1},  {"a5", 165},     {"ff", 255},      {"0FF", 255}, {"100", 256},
+        {"1 F", 1}, {"7FFF", 32767}, {"8000", -32768}, {"FFFF", -1}, {"0000FFFF", -1},
     };
     for (const auto& [text, value] : cases) EXPECT_EQ(HexToInt(text), value) << text;
     for (const char* wide : {"10000", "FFFFFFFFFFFF"}) {
@@ -30,11 +30,21 @@ TEST(StrictHexValue, AcceptsOnlyWholeHexTextUpToTheLimit) {
         uint32_t max;
         std::optional<uint32_t> value;
     } cases[] = {
-        {"a5", 0xFF, 0xA5},      {"00", 0xFF, 0},         {"FF", 0xFF, 0xFF},
-        {"0FF", 0xFF, 0xFF},     {"100", 0xFF, {}},       {"ffff", 0xFFFF, 0xFFFF},
-        {"10000", 0xFFFF, {}},   {"", 0xFF, {}},          {"G5", 0xFF, {}},
-        {"1 2", 0xFF, {}},       {" 1", 0xFF, {}},        {"-1", 0xFF, {}},
-        {"0x1", 0xFF, {}},       {"&H1", 0xFF, {}},       {"00000000000000001", 0xFF, 1},
+        {"a5", 0xFF, 0xA5},
+        {"00", 0xFF, 0},
+        {"FF", 0xFF, 0xFF},
+        {"0FF", 0xFF, 0xFF},
+        {"100", 0xFF, {}},
+        {"ffff", 0xFFFF, 0xFFFF},
+        {"10000", 0xFFFF, {}},
+        {"", 0xFF, {}},
+        {"G5", 0xFF, {}},
+        {"1 2", 0xFF, {}},
+        {" 1", 0xFF, {}},
+        {"-1", 0xFF, {}},
+        {"0x1", 0xFF, {}},
+        {"&H1", 0xFF, {}},
+        {"00000000000000001", 0xFF, 1},
         {"FFFFFFFFFFFF", 0xFFFF, {}},
     };
     for (const auto& c : cases) EXPECT_EQ(StrictHexValue(c.text, c.max), c.value) << c.text;

@@ -40,8 +40,8 @@ TEST(I2CFrames, ReplyCountJudgesTheExchange) {
 
 TEST(I2CFrames, ReadAddressIsWriteAddressPlusOneInEightBits) {
     I2CState i2c;
-    for (const auto& [entry, write, read] : {std::tuple{0x60, 0x60, 0x61}, std::tuple{0xFF, 0xFF, 0},
-                                             std::tuple{-1, 0xFF, 0}}) {
+    for (const auto& [entry, write, read] :
+         {std::tuple{0x60, 0x60, 0x61}, std::tuple{0xFF, 0xFF, 0}, std::tuple{-1, 0xFF, 0}}) {
         i2c.setAddress(static_cast<int16_t>(entry));
         EXPECT_EQ(i2c.I2CWriteAddress, write) << entry;
         EXPECT_EQ(i2c.I2CReadAddress, read) << entry;

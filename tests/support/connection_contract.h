@@ -27,9 +27,10 @@ inline const std::string kSetUpEntry =
     Entry("Setting eventable up,  verifing that the device is attached...\r\n");
 
 inline std::string AttachEntry(UsbDeviceHandle handle, const std::string& product = "2005") {
-    return Entry("DeviceAttach: Received and accepted attach for \r\nvendor ID &H547 product ID "
-                 "&H" +
-                 product + "\r\ndevice handle &H" + HexText(handle)) +
+    return Entry(
+               "DeviceAttach: Received and accepted attach for \r\nvendor ID &H547 product ID "
+               "&H" +
+               product + "\r\ndevice handle &H" + HexText(handle)) +
            Entry("");
 }
 
@@ -139,9 +140,8 @@ TYPED_TEST_P(ConnectionContract, UnplugWhileOpenFailsTransfersUntilThePlugComesB
     auto& rig = *this->rig;
     this->connect();
     this->unplugWhileOpen();
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("DeviceDetach: Received detach for device handle &H" +
-                    HexText(this->handle(2))));
+    EXPECT_EQ(rig.logSinceMark(), Entry("DeviceDetach: Received detach for device handle &H" +
+                                        HexText(this->handle(2))));
     EXPECT_EQ(this->w->ShpAttach.color(), this->colors().lightRed());
     EXPECT_TRUE(this->usb().UsbOpen);
     EXPECT_EQ(this->usb().DriverContext.DeviceHandle, 0u);
@@ -281,8 +281,8 @@ TYPED_TEST_P(ConnectionContract, EmptyWritesOverflowsAndBadPipes) {
 
     // Pipes that are no endpoint for the direction are refused before reaching the bus.
     rig.clearSent();
-    const std::pair<uint32_t, bool> bad[] = {{0, false}, {0x80, true}, {0x102, false},
-                                             {0x82, false}, {2, true}, {0xC2, true}};
+    const std::pair<uint32_t, bool> bad[] = {{0, false},    {0x80, true}, {0x102, false},
+                                             {0x82, false}, {2, true},    {0xC2, true}};
     for (const auto& [pipe, isRead] : bad) {
         rig.markLog();
         this->transfer(pipe, isRead, {1, 0x61});

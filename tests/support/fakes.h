@@ -10,9 +10,9 @@
 #include "foundation/ports.h"
 #include "gpio/frm_gpio.h"
 #include "registers/frm_i2c_general.h"
-#include "workbench/workbench.h"
 #include "usb/board_driver.h"
 #include "usb/simulated_board.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge::testing {
 

@@ -115,8 +115,7 @@ TEST_F(SimulatedConnection, ShortAndEmptyRepliesLeaveTheRestZero) {
     EXPECT_EQ(GpioExchange(usb, std::vector<uint8_t>{0xFF, 0xFF, 0x0F, 0x00})[2], 0x00);
     EXPECT_EQ(usb.BytesTransferred, 2u);
     rig.board.injectTransferFault({0x82, usb_status::kSuccess, 0});
-    EXPECT_EQ(SingleRegisterRead(usb, rig.wb->i2c, 0x61, 2).bytes(),
-              (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(SingleRegisterRead(usb, rig.wb->i2c, 0x61, 2).bytes(), (std::vector<uint8_t>{0, 0}));
     EXPECT_EQ(rig.logSinceMark(), "");
 }
 

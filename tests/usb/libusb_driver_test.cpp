@@ -120,9 +120,9 @@ TEST(PipeMatches, PipesAreEndpointAddressesInTheTransfersDirection) {
         bool read;
         bool ok;
     } cases[] = {
-        {2, false, true},     {0x82, true, true},    {1, false, true},     {0x81, true, true},
-        {4, false, true},     {0x84, true, true},    {0x0F, false, true},  {0x82, false, false},
-        {2, true, false},     {0x81, false, false},  {0, false, false},    {0x80, true, false},
+        {2, false, true},      {0x82, true, true},   {1, false, true},     {0x81, true, true},
+        {4, false, true},      {0x84, true, true},   {0x0F, false, true},  {0x82, false, false},
+        {2, true, false},      {0x81, false, false}, {0, false, false},    {0x80, true, false},
         {0x102, false, false}, {0x182, true, false}, {0x12, false, false}, {0xC2, true, false},
     };
     for (const auto& c : cases) EXPECT_EQ(PipeMatches(c.pipe, c.read), c.ok) << c.pipe;
