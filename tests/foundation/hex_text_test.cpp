@@ -3,110 +3,90 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <optional>
 
 namespace i2cbridge {
 namespace {
 
-TEST(HexToInt, ReadsHexDigitsUpToTheFirstOtherCharacter) {
-    EXPECT_EQ(HexToInt(""), 0);
-    EXPECT_EQ(HexToInt("G"), 0);
-    EXPECT_EQ(HexToInt("ZZ"), 0);
-    EXPECT_EQ(HexToInt("-1"), 0);
-    EXPECT_EQ(HexToInt("&H"), 0);
-    EXPECT_EQ(HexToInt("1G"), 1);
-    EXPECT_EQ(HexToInt("a5"), 165);
-    EXPECT_EQ(HexToInt("ff"), 255);
-    EXPECT_EQ(HexToInt("0FF"), 255);
-    EXPECT_EQ(HexToInt("100"), 256);
-    EXPECT_EQ(HexToInt("1 F"), 1);
+// Digits up to the first character that is not one; 8000..FFFF wrap to negative; anything
+// wider is out of byte range, so every caller refuses it.
+TEST(HexToInt, ReadsLeadingHexDigitsAsASixteenBitValue) {
+    const std::pair<const char*, int> cases[] = {
+        {"", 0},    {"G", 0},        {"ZZ", 0},        {"-1", 0},    {"&H", 0},
+        {"1G", 1},  {"a5", 165},     {"ff", 255},      {"0FF", 255}, {"100", 256},
+        {"1 F", 1}, {"7FFF", 32767}, {"8000", -32768}, {"FFFF", -1}, {"0000FFFF", -1},
+    };
+    for (const auto& [text, value] : cases) EXPECT_EQ(HexToInt(text), value) << text;
+    for (const char* wide : {"10000", "FFFFFFFFFFFF"}) {
+        const int16_t v = HexToInt(wide);
+        EXPECT_TRUE(v < 0 || v > 255) << wide;
+    }
 }
 
-TEST(HexToInt, SixteenBitValuesWrapToNegativeAndLargerOnesAreOutOfByteRange) {
-    EXPECT_EQ(HexToInt("7FFF"), 32767);
-    EXPECT_EQ(HexToInt("8000"), -32768);
-    EXPECT_EQ(HexToInt("FFFF"), -1);
-    EXPECT_EQ(HexToInt("0000FFFF"), -1);
-    const int16_t big = HexToInt("10000");
-    EXPECT_TRUE(big < 0 || big > 255);
-    EXPECT_GT(HexToInt("FFFFFFFFFFFF"), 255);
+// The whole text must be hex digits, without prefix or blanks, and at most max.
+TEST(StrictHexValue, AcceptsOnlyWholeHexTextUpToTheLimit) {
+    const struct {
+        const char* text;
+        uint32_t max;
+        std::optional<uint32_t> value;
+    } cases[] = {
+        {"a5", 0xFF, 0xA5},
+        {"00", 0xFF, 0},
+        {"FF", 0xFF, 0xFF},
+        {"0FF", 0xFF, 0xFF},
+        {"100", 0xFF, {}},
+        {"ffff", 0xFFFF, 0xFFFF},
+        {"10000", 0xFFFF, {}},
+        {"", 0xFF, {}},
+        {"G5", 0xFF, {}},
+        {"1 2", 0xFF, {}},
+        {" 1", 0xFF, {}},
+        {"-1", 0xFF, {}},
+        {"0x1", 0xFF, {}},
+        {"&H1", 0xFF, {}},
+        {"00000000000000001", 0xFF, 1},
+        {"FFFFFFFFFFFF", 0xFFFF, {}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(StrictHexValue(c.text, c.max), c.value) << c.text;
 }
 
-TEST(HexByteText, TwoUpperCaseDigits) {
-    EXPECT_EQ(HexByteText(0), "00");
-    EXPECT_EQ(HexByteText(10), "0A");
-    EXPECT_EQ(HexByteText(15), "0F");
-    EXPECT_EQ(HexByteText(160), "A0");
-    EXPECT_EQ(HexByteText(255), "FF");
-}
-
-TEST(HexText, StatusCodesAndHandles) {
-    EXPECT_EQ(HexText(0), "0");
-    EXPECT_EQ(HexText(0x2005), "2005");
-    EXPECT_EQ(HexText(0x60), "60");
-    EXPECT_EQ(HexText(8), "8");
-    EXPECT_EQ(HexText(-7), "FFFFFFF9");
-    EXPECT_EQ(HexText(-1), "FFFFFFFF");
-}
-
-TEST(DecText, BlankInPlaceOfThePlusSign) {
+TEST(NumberTexts, BytesStatusCodesHandlesAndDecimals) {
+    for (const auto& [value, text] : std::initializer_list<std::pair<int, const char*>>{
+             {0, "00"}, {10, "0A"}, {15, "0F"}, {160, "A0"}, {255, "FF"}, {0x1A5, "A5"}})
+        EXPECT_EQ(HexByteText(value), text) << value;
+    for (const auto& [value, text] : std::initializer_list<std::pair<int64_t, const char*>>{
+             {0, "0"}, {0x2005, "2005"}, {8, "8"}, {-7, "FFFFFFF9"}, {-1, "FFFFFFFF"}})
+        EXPECT_EQ(HexText(value), text) << value;
     EXPECT_EQ(DecText(0), " 0");
     EXPECT_EQ(DecText(1000), " 1000");
     EXPECT_EQ(DecText(-3), "-3");
+    EXPECT_EQ(UpperCase("c0 \xb5x"), "C0 \xb5X");
 }
 
-class SplitFieldsTest : public ::testing::Test {
-protected:
-    std::array<std::string, 11> fields;
-    int16_t split(std::string& text) { return SplitFields(text, fields, ','); }
-};
-
-TEST_F(SplitFieldsTest, EmptyFieldBetweenDelimitersKeepsItsElement) {
-    std::string text = "1A,,FF";
-    EXPECT_EQ(split(text), 2);
-    EXPECT_EQ(fields[0], "1A");
-    EXPECT_EQ(fields[1], "");
-    EXPECT_EQ(fields[2], "FF");
-    for (std::size_t i = 3; i < fields.size(); ++i) EXPECT_EQ(fields[i], "");
-    EXPECT_EQ(text, "1A,,FF,");
-}
-
-TEST_F(SplitFieldsTest, TrailingDelimiterAddsNoField) {
-    std::string text = "a,b,";
-    EXPECT_EQ(split(text), 1);
-    EXPECT_EQ(fields[0], "a");
-    EXPECT_EQ(fields[1], "b");
-    EXPECT_EQ(fields[2], "");
-}
-
-TEST_F(SplitFieldsTest, OneFieldNoneAndALoneDelimiterAllReturnZero) {
-    std::string one = "abc";
-    EXPECT_EQ(split(one), 0);
-    EXPECT_EQ(fields[0], "abc");
-    std::string none;
-    fields[0] = "stale";
-    EXPECT_EQ(split(none), 0);
-    EXPECT_EQ(fields[0], "");
-    EXPECT_EQ(none, ",");
-    std::string comma = ",";
-    EXPECT_EQ(split(comma), 0);
-    EXPECT_EQ(fields[0], "");
-}
-
-TEST_F(SplitFieldsTest, ExtraFieldsBeyondTheArrayAreDropped) {
-    std::string text = "0,1,2,3,4,5,6,7,8,9,10,11";
-    EXPECT_EQ(split(text), 10);
-    EXPECT_EQ(fields[0], "0");
-    EXPECT_EQ(fields[10], "10");
-}
-
-TEST_F(SplitFieldsTest, FieldsAreClearedBeforeSplitting) {
-    std::string first = "a,b,c";
-    split(first);
-    std::string second = "x";
-    split(second);
-    EXPECT_EQ(fields[0], "x");
-    EXPECT_EQ(fields[1], "");
-    EXPECT_EQ(fields[2], "");
+// Fields are cleared first, the delimiter is appended to the text, and the index of the last
+// field written comes back (0 when nothing was written).
+TEST(SplitFields, FillsFieldsInOrderAndSaysWhereItStopped) {
+    const struct {
+        std::string text;
+        int16_t last;
+        std::vector<std::string> fields;
+    } cases[] = {
+        {"1A,,FF", 2, {"1A", "", "FF"}},
+        {"a,b,", 1, {"a", "b"}},
+        {"abc", 0, {"abc"}},
+        {"", 0, {}},
+        {",", 0, {}},
+        {"0,1,2,3,4,5,6,7,8,9,10,11", 10, {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}},
+    };
+    for (const auto& c : cases) {
+        std::array<std::string, 11> fields;
+        fields.fill("stale");
+        std::string text = c.text;
+        EXPECT_EQ(SplitFields(text, fields, ','), c.last) << c.text;
+        EXPECT_EQ(text, c.text + ",");
+        for (std::size_t i = 0; i < fields.size(); ++i)
+            EXPECT_EQ(fields[i], i < c.fields.size() ? c.fields[i] : "") << c.text << " " << i;
+    }
 }
 
 }  // namespace

@@ -14,90 +14,85 @@ class ProgramLogTest : public ::testing::Test {
 protected:
     FakePump clock;
     ColorSet colors;
-    LogPanel panel;
-    ProgramLog log{clock, colors, [this]() -> LogPanel& { return panel; }};
+    ProgramLog log{clock, colors};
+    const std::string& text() { return log.Txtlog.text(); }
+    int lamp() { return log.shpLogStatus.color(); }
 
     void SetUp() override { colors.InitColors(); }
 };
 
+// The stamp is always mm-dd-yyyy hh:mm:ss, zero-padded with a 24-hour clock, whatever the
+// user's regional settings; the suffix is written twice.
 TEST_F(ProgramLogTest, EntryIsTextStampAndTheSuffixTwice) {
     log.LogMessage("Already Opened", "\r\n");
-    EXPECT_EQ(panel.Txtlog.text(), "Already Opened :11-18-2026 17:05:09\r\n\r\n");
-}
-
-TEST_F(ProgramLogTest, StampIsZeroPaddedWithHyphensAndTwentyFourHourTime) {
     clock.clock = {2027, 3, 4, 7, 8, 9};
     log.LogNote("x");
     clock.clock = {2026, 12, 31, 23, 59, 58};
-    log.LogNote("y");
-    EXPECT_EQ(panel.Txtlog.text(),
+    log.LogMessage("");
+    log.LogMessage("Setting up\r\n");
+    EXPECT_EQ(text(),
+              "Already Opened :11-18-2026 17:05:09\r\n\r\n"
               "x :03-04-2027 07:08:09\r\n\r\n"
-              "y :12-31-2026 23:59:58\r\n\r\n");
+              " :12-31-2026 23:59:58\r\n\r\n"
+              "Setting up\r\n :12-31-2026 23:59:58\r\n\r\n");
+
+    LogBox box;
+    AppendLogLine(box, "a", "|", false, clock.now());
+    EXPECT_EQ(box.text(), "a :12-31-2026 23:59:58||");
+    AppendLogLine(box, "b", "", true, clock.now());
+    EXPECT_EQ(box.text(), "b :12-31-2026 23:59:58");
 }
 
-TEST_F(ProgramLogTest, EmptyMessageAndTextEndingInLineBreak) {
-    log.LogMessage("", "\r\n");
-    log.LogMessage("Setting up\r\n", "\r\n");
-    EXPECT_EQ(panel.Txtlog.text(),
-              " :11-18-2026 17:05:09\r\n\r\n"
-              "Setting up\r\n :11-18-2026 17:05:09\r\n\r\n");
-}
-
-TEST_F(ProgramLogTest, OtherSuffixIsAlsoWrittenTwice) {
-    AppendLogLine(panel.Txtlog, "a", "|", false, clock.now());
-    EXPECT_EQ(panel.Txtlog.text(), "a :11-18-2026 17:05:09||");
-    AppendLogLine(panel.Txtlog, "b", "", true, clock.now());
-    EXPECT_EQ(panel.Txtlog.text(), "b :11-18-2026 17:05:09");
-}
-
-TEST_F(ProgramLogTest, ErrorTurnsTheLampLightRedUntilTheFlagIsCleared) {
+TEST_F(ProgramLogTest, ErrorTurnsTheLampLightRedUntilTheFlagIsClearedAndAMessageFollows) {
     log.LogMessage("ok");
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kLightGreen);
+    EXPECT_EQ(lamp(), qb::kLightGreen);
     log.LogError("bad");
     EXPECT_TRUE(log.LogErrorFlag);
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kLightRed);
+    EXPECT_EQ(lamp(), qb::kLightRed);
     log.LogMessage("still bad");
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kLightRed);
-    log.LogErrorFlag = false;                              // what a successful transfer does
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kLightRed);  // only the next message repaints
+    EXPECT_EQ(lamp(), qb::kLightRed);
+    log.LogErrorFlag = false;  // what a successful transfer does
+    EXPECT_EQ(lamp(), qb::kLightRed);
     log.LogMessage("good again");
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kLightGreen);
-    EXPECT_EQ(panel.Txtlog.text(),
-              Entry("ok") + Entry("bad") + Entry("still bad") + Entry("good again"));
+    EXPECT_EQ(lamp(), qb::kLightGreen);
+    EXPECT_EQ(text(), Entry("ok") + Entry("bad") + Entry("still bad") + Entry("good again"));
 }
 
 TEST_F(ProgramLogTest, NotesNeverRepaintTheLampNorTouchTheFlag) {
-    panel.shpLogStatus.setColor(qb::kGreen);
+    log.shpLogStatus.setColor(qb::kGreen);
     log.LogNote("attach");
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kGreen);
     EXPECT_FALSE(log.LogErrorFlag);
     log.LogErrorFlag = true;
     log.LogNote("detach");
     EXPECT_TRUE(log.LogErrorFlag);
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kGreen);
+    EXPECT_EQ(lamp(), qb::kGreen);
 }
 
 TEST_F(ProgramLogTest, BeforeTheColoursAreAssignedLampsArePaintedBlack) {
     ColorSet unassigned;
-    ProgramLog early{clock, unassigned, [this]() -> LogPanel& { return panel; }};
+    ProgramLog early{clock, unassigned};
     early.LogMessage("probe");
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kBlack);
+    EXPECT_EQ(early.shpLogStatus.color(), qb::kBlack);
     early.LogError("probe failed");
-    EXPECT_EQ(panel.shpLogStatus.color(), qb::kBlack);
+    EXPECT_EQ(early.shpLogStatus.color(), qb::kBlack);
 }
 
-TEST_F(ProgramLogTest, ViewIsToldOnlyWhatWasAppended) {
+TEST_F(ProgramLogTest, ViewAndListenerAreToldOnlyWhatWasAppended) {
     std::string seen;
+    std::vector<std::string> entries;
     int clears = 0;
-    panel.Txtlog.onAppend = [&](std::string_view s) { seen.append(s); };
-    panel.Txtlog.onClear = [&] { ++clears; };
+    log.Txtlog.onAppend = [&](std::string_view s) { seen.append(s); };
+    log.Txtlog.onClear = [&] { ++clears; };
+    log.onEntry = [&](std::string_view s) { entries.emplace_back(s); };
     log.LogMessage("one");
-    log.LogMessage("two");
-    EXPECT_EQ(seen, panel.Txtlog.text());
-    panel.Txtlog.clear();
+    log.LogError("two");
+    log.LogNote("three");
+    EXPECT_EQ(seen, text());
+    EXPECT_EQ(entries, (std::vector<std::string>{"one", "two", "three"}));
+    log.Txtlog.clear();
     EXPECT_EQ(clears, 1);
-    log.LogMessage("three");
-    EXPECT_EQ(panel.Txtlog.text(), Entry("three"));  // no leading blank line after a clear
+    log.LogMessage("four");
+    EXPECT_EQ(text(), Entry("four"));  // no leading blank line after a clear
 }
 
 TEST(ColorSetTest, PaletteAndToggle) {
@@ -114,12 +109,10 @@ TEST(ColorSetTest, PaletteAndToggle) {
     EXPECT_EQ(QBColorRgb(99), 0u);
 
     Lamp lamp;
-    ToggleSuccessLamp(lamp, colors);  // an unpainted lamp becomes light green
-    EXPECT_EQ(lamp.color(), qb::kLightGreen);
-    ToggleSuccessLamp(lamp, colors);
-    EXPECT_EQ(lamp.color(), qb::kGreen);
-    ToggleSuccessLamp(lamp, colors);
-    EXPECT_EQ(lamp.color(), qb::kLightGreen);
+    for (int expected : {qb::kLightGreen, qb::kGreen, qb::kLightGreen}) {
+        ToggleSuccessLamp(lamp, colors);  // an unpainted lamp becomes light green
+        EXPECT_EQ(lamp.color(), expected);
+    }
     lamp.setColor(qb::kLightRed);
     ToggleSuccessLamp(lamp, colors);
     EXPECT_EQ(lamp.color(), qb::kLightGreen);

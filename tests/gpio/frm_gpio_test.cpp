@@ -176,8 +176,8 @@ TEST_F(GpioReadBack, BoardNotOpenInManualModeLogsBothPipesAndShowsZeros) {
 }
 
 TEST_F(GpioReadBack, DataOnlyLeavesTheEnableReadBackAndItsLampsAlone) {
-    FrmGPIO& g = gpio();
-    rig.wb->unloadGpioScreen();
+    gpio();
+    rig.program->unloadGpioScreen();
     FrmGPIO& fresh = gpio();
     fresh.cmdWrite_GPIO_Data_Click();
 
@@ -190,11 +190,10 @@ TEST_F(GpioReadBack, DataOnlyLeavesTheEnableReadBackAndItsLampsAlone) {
     EXPECT_EQ(fresh.shpGpioWr[3].color(), qb::kBlack);
     EXPECT_EQ(fresh.shpGpioWr[4].color(), qb::kLightGreen);
     EXPECT_EQ(fresh.shpGpioWr[5].color(), qb::kLightGreen);
-    EXPECT_NE(&g, &fresh);
 }
 
 TEST_F(GpioReadBack, WriteLampsFlipBetweenTheTwoGreensOnEveryWrite) {
-    rig.wb->unloadGpioScreen();
+    rig.program->unloadGpioScreen();
     FrmGPIO& g = gpio();
     for (int lamp : {0, 4, 5}) ASSERT_EQ(g.shpGpioWr[lamp].color(), qb::kBlack) << lamp;
 
@@ -363,10 +362,9 @@ TEST_F(GpioLifecycle, ReloadAfterUnloadStartsBoxesAfreshAndShowsTheState) {
     Click(old, old.chkOutEnc[2], &FrmGPIO::chkOutEnc_Click, 2);
     Click(old, old.chkOutEnc[2], &FrmGPIO::chkOutEnc_Click, 2);  // PC6 data box now disabled
 
-    rig.wb->unloadGpioScreen();
-    EXPECT_FALSE(rig.wb->hasGpioScreen());
+    rig.program->unloadGpioScreen();
+    EXPECT_FALSE(rig.program->hasGpioScreen());
     FrmGPIO& g = gpio();
-    ASSERT_NE(&g, &old);
 
     EXPECT_EQ(g.txtPCHex[0].text(), "01");
     EXPECT_EQ(g.txtPCHex[2].text(), "00");
@@ -391,7 +389,7 @@ TEST_F(GpioLifecycle, ReloadAfterUnloadStartsBoxesAfreshAndShowsTheState) {
 TEST_F(GpioLifecycle, UnloadKeepsGpioStateAndTheNextWriteSendsIt) {
     FrmGPIO& old = gpio();
     Click(old, old.ChkBData[0], &FrmGPIO::ChkBData_Click, 0);
-    rig.wb->unloadGpioScreen();
+    rig.program->unloadGpioScreen();
     EXPECT_EQ(rig.wb->GpioState[2], 0xFE);
 
     gpio().cmdWrite_GPIO_Data_Click();
@@ -399,15 +397,23 @@ TEST_F(GpioLifecycle, UnloadKeepsGpioStateAndTheNextWriteSendsIt) {
     EXPECT_EQ(rig.sent()[0].bytes, (Bytes{0xFE, 0xFF}));
 }
 
-TEST_F(GpioLifecycle, HandlerStillRunningWhenTheScreenIsUnloadedFinishesOnItsOwnModel) {
-    // The user closes the screen while a write yields: the write completes on the old model.
-    FrmGPIO& old = gpio();
-    const int before = old.shpGpioWr[4].color();
-    rig.pump.atYield(0, [this] { rig.wb->unloadGpioScreen(); });
-    old.cmdGPIO_Write_Click();
-    EXPECT_FALSE(rig.wb->hasGpioScreen());
-    EXPECT_NE(old.shpGpioWr[4].color(), before);
+// The user closes the screen while a write yields: the write completes on the old model,
+// which is freed once the write returns, and the next reference loads a fresh screen.
+TEST_F(GpioLifecycle, ScreenClosedInsideItsOwnHandlerIsFreedWhenTheHandlerReturns) {
+    std::weak_ptr<FrmGPIO> old = rig.program->gpioScreenModel();
+    FrmGPIO& screen = gpio();
+    bool aliveInside = false;
+    rig.pump.atYield(0, [&] {
+        rig.program->unloadGpioScreen();
+        aliveInside = !old.expired();
+    });
+    screen.cmdGPIO_Write_Click();
+    EXPECT_TRUE(aliveInside);
     EXPECT_EQ(rig.sent().size(), 1u);
+    EXPECT_FALSE(rig.wb->usb.UsbOpen) << "the write ran to its close";
+    EXPECT_FALSE(rig.program->hasGpioScreen());
+    EXPECT_TRUE(old.expired()) << "the closed screen is kept after its handler returned";
+    EXPECT_NE(rig.program->gpioScreenModel(), old.lock());
 }
 
 }  // namespace

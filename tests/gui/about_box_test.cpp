@@ -10,10 +10,10 @@
 #include <QTest>
 #include <memory>
 
-#include "foundation/ports.h"
 #include "about/frm_about2.h"
-#include "qt/qt_about_box.h"
+#include "foundation/ports.h"
 #include "qt/qt_system_info_launcher.h"
+#include "qt/qt_windows.h"
 #include "support/fakes.h"
 
 using namespace i2cbridge;
@@ -49,16 +49,17 @@ class AboutBoxTest : public QObject {
 
 private:
     std::unique_ptr<Rig> rig;
+    std::unique_ptr<QtWindows> windows;  // destroyed before the rig's program
     int starts = 0;
 
-    QWidget* box() { return FindAboutBox(*rig->wb); }
+    QWidget* box() { return windows->aboutBox(); }
     template <class W>
     W* child(const char* name) {
         W* w = box()->findChild<W*>(QString::fromLatin1(name));
         if (!w) qFatal("no widget %s", name);
         return w;
     }
-    void show() { ShowAboutBox(*rig->wb, std::make_unique<NothingInstalled>(starts)); }
+    void show() { windows->showAbout(std::make_unique<NothingInstalled>(starts)); }
     static void destroyClosed() {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
@@ -67,25 +68,13 @@ private slots:
     void init() {
         rig = std::make_unique<Rig>();
         rig->main();
+        windows = std::make_unique<QtWindows>(*rig->program);
         starts = 0;
     }
     void cleanup() {
-        if (QWidget* b = box()) b->close();
+        windows.reset();
         destroyClosed();
         rig.reset();
-    }
-
-    void showsTitleAndVersion() {
-        show();
-        QVERIFY(box());
-        QVERIFY(QTest::qWaitForWindowExposed(box()));
-        QCOMPARE(box()->windowTitle(), QString("About ") + kAppTitle);
-        QCOMPARE(child<QLabel>("lblTitle")->text(), QString(kAppTitle));
-        QCOMPARE(child<QLabel>("lblVersion")->text(), QString::fromStdString(ProgramVersionText()));
-        QVERIFY(child<QLabel>("lblVersion")->text().startsWith("Version "));
-        QCOMPARE(child<QLabel>("lblDisclaimer0")->text(), QString("ACCURACY OF INFORMATION"));
-        QCOMPARE(child<QPushButton>("cmdSysInfo")->text(), QString("&System Info..."));
-        QVERIFY(!box()->isModal());
     }
 
     void okClosesAndDestroysTheBox() {
@@ -123,6 +112,8 @@ private slots:
         show();
         QVERIFY(box());
         QVERIFY(box()->isVisible());
+        QVERIFY(!box()->isModal());
+        QCOMPARE(child<QLabel>("lblTitle")->text(), QString(kAppTitle));
         QCOMPARE(child<QLabel>("lblVersion")->text(), QString::fromStdString(ProgramVersionText()));
     }
 
@@ -176,7 +167,6 @@ private slots:
         show();
         QVERIFY(QTest::qWaitForWindowExposed(box()));
         const QPixmap shot = box()->grab();
-        QVERIFY(!shot.isNull());
         QCOMPARE(shot.size() / shot.devicePixelRatio(), box()->size());
         const QByteArray dir = qgetenv("I2CB_SCREENSHOT_DIR");
         if (!dir.isEmpty()) QVERIFY(shot.save(QString::fromLocal8Bit(dir) + "/about_box.png"));

@@ -1,5 +1,5 @@
 // The GPIO window's binding: clicks reach the model's handlers, the model's changes repaint the
-// widgets, and closing the window unloads the model.
+// widgets, and the window's life follows the model's (closing it unloads the model).
 
 #include <QApplication>
 #include <QCheckBox>
@@ -11,9 +11,9 @@
 #include <memory>
 
 #include "foundation/colors.h"
-#include "qt/qt_binding.h"
 #include "gpio/frm_gpio.h"
-#include "qt/qt_gpio_window.h"
+#include "qt/qt_binding.h"
+#include "qt/qt_windows.h"
 #include "support/fakes.h"
 
 using namespace i2cbridge;
@@ -24,199 +24,163 @@ class GpioWindowTest : public QObject {
 
 private:
     std::unique_ptr<Rig> rig;
+    std::unique_ptr<QtWindows> windows;  // destroyed before the rig's program
 
-    QWidget* window() { return FindGpioWindow(*rig->wb); }
+    QWidget* window() { return windows->gpioWindow(); }
     template <class W>
-    W* child(const char* name) {
-        W* w = window()->findChild<W*>(QString::fromLatin1(name));
-        if (!w) qFatal("no widget %s", name);
+    W* child(const char* name, int index = -1) {
+        const QString n = index < 0 ? QString::fromLatin1(name) : IndexedName(name, index);
+        W* w = window()->findChild<W*>(n);
+        if (!w) qFatal("no widget %s", qPrintable(n));
         return w;
     }
+    QString hex(const char* name, int index) { return child<QLineEdit>(name, index)->text(); }
+    QColor lamp(int index) { return child<LampWidget>("shpGpioWr", index)->color(); }
     // Clicks a check box on its indicator, as the user would.
-    static void clickBox(QCheckBox* box) {
+    void clickBox(const char* name, int index) {
+        QCheckBox* box = child<QCheckBox>(name, index);
         QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
     }
     static void destroyClosedWindows() {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    void closeWindow() {
-        if (QWidget* w = window()) w->close();
-        destroyClosedWindows();
     }
 
 private slots:
     void init() {
         rig = std::make_unique<Rig>();
         rig->main();  // start-up: the model exists, written once, and has no window
-        rig->board.model().clearSent();
+        rig->clearSent();
+        windows = std::make_unique<QtWindows>(*rig->program);
     }
     void cleanup() {
-        closeWindow();
+        windows.reset();
+        destroyClosedWindows();
         rig.reset();
     }
 
-    void showBindsTheModelTheStartUpCreated() {
+    void showBindsTheModelTheStartUpCreatedAndASecondShowRaisesIt() {
+        // The communications test drives the LEDs before any window exists.
         FrmGPIO* model = &rig->gpio();
-        ShowGpioWindow(*rig->wb);
-        QVERIFY(window());
+        model->setChecked(model->ChKLedData[0], false, &FrmGPIO::ChKLedData_Click, 0);
+        windows->showGpioScreen();
         QVERIFY(QTest::qWaitForWindowExposed(window()));
-        QCOMPARE(window()->windowTitle(), QString("GPIO Control"));
         QCOMPARE(&rig->gpio(), model);
-        // The start-up write's answer is on screen, not the design texts.
-        QCOMPARE(child<QLineEdit>("txtPCHexData_1")->text(), QString("FF"));
-        QCOMPARE(child<QLineEdit>("txtPCHex_1")->text(), QString("00"));
-        QCOMPARE(child<QLineEdit>("txtPCHexData_0")->text(), QString("FF"));
-        QCOMPARE(child<LampWidget>("shpGpioWr_4")->color(), LampColor(qb::kLightGreen));
-        QCOMPARE(child<QLineEdit>("txtGPIOUserName_2")->text(), QString("HVSYNC_POL"));
-        QCOMPARE(child<QCheckBox>("ChkCData_0")->text(), QString("PC4 P2.05"));
-        QVERIFY(child<QCheckBox>("ChKLedData_1")->isChecked());
-        QVERIFY(!child<QCheckBox>("chkOutEn_0")->isChecked());
-        QVERIFY(child<QCheckBox>("ChLed1_0")->isHidden());
-        QVERIFY(child<QCheckBox>("ChLed1_1")->isHidden());
-        QCOMPARE(child<QPushButton>("cmdGPIO_Write")->text(),
-                 QString("Write / Read Enables and Data"));
-    }
+        QCOMPARE(hex("txtPCHexData", 1), QString("FF"));  // the start-up write's answer
+        QCOMPARE(hex("txtPCHexData", 2), QString("FE"));
+        QVERIFY(!child<QCheckBox>("ChKLedData", 0)->isChecked());
+        QCOMPARE(lamp(4), LampColor(qb::kLightGreen));
+        QVERIFY(child<QCheckBox>("ChLed1", 0)->isHidden());
 
-    void secondShowRaisesTheSameWindow() {
-        ShowGpioWindow(*rig->wb);
         QWidget* first = window();
-        ShowGpioWindow(*rig->wb);
+        windows->showGpioScreen();
         QCOMPARE(window(), first);
-        int count = 0;
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (w->objectName() == "frmGPIO" && w->isVisible()) ++count;
-        }
-        QCOMPARE(count, 1);
+        int open = 0;
+        for (QWidget* w : QApplication::topLevelWidgets())
+            open += w->objectName() == "frmGPIO" && w->isVisible();
+        QCOMPARE(open, 1);
     }
 
     void pinRowsLineUpAcrossTheThreeFrames() {
-        ShowGpioWindow(*rig->wb);
+        windows->showGpioScreen();
         QVERIFY(QTest::qWaitForWindowExposed(window()));
-        auto centre = [this](const char* name) {
-            QWidget* w = child<QWidget>(name);
+        auto centre = [this](const char* name, int i) {
+            QWidget* w = child<QWidget>(name, i);
             return w->mapTo(window(), w->rect().center()).y();
         };
         for (int i = 0; i < 8; ++i) {
-            const QByteArray n = QByteArray::number(i);
-            const int y = centre("txtGPIOUserName_" + n);
-            QVERIFY(std::abs(centre("chkOutEn_" + n) - y) <= 1);
-            QVERIFY(std::abs(centre("ChkBData_" + n) - y) <= 1);
+            const int y = centre("txtGPIOUserName", i);
+            QVERIFY(std::abs(centre("chkOutEn", i) - y) <= 1);
+            QVERIFY(std::abs(centre("ChkBData", i) - y) <= 1);
         }
         for (int i = 0; i < 4; ++i) {
-            const QByteArray n = QByteArray::number(i);
-            const int y = centre("txtGPIOUserName_" + QByteArray::number(8 + i));
-            QVERIFY(std::abs(centre("chkOutEnc_" + n) - y) <= 1);
-            QVERIFY(std::abs(centre("ChkCData_" + n) - y) <= 1);
+            const int y = centre("txtGPIOUserName", 8 + i);
+            QVERIFY(std::abs(centre("chkOutEnc", i) - y) <= 1);
+            QVERIFY(std::abs(centre("ChkCData", i) - y) <= 1);
         }
-        QVERIFY(centre("ChKLedData_0") > centre("ChkCData_3"));
-        QVERIFY(centre("ChKLedData_1") > centre("ChKLedData_0"));
+        QVERIFY(centre("ChKLedData", 0) > centre("ChkCData", 3));
+        QVERIFY(centre("ChKLedData", 1) > centre("ChKLedData", 0));
     }
 
-    void dataBoxClickReachesTheHandlerAndRepaintsTheHexBox() {
-        ShowGpioWindow(*rig->wb);
-        QCheckBox* pb3 = child<QCheckBox>("ChkBData_3");
-        clickBox(pb3);
-        QVERIFY(!pb3->isChecked());
-        QCOMPARE(rig->wb->GpioState[2], uint8_t{0xF7});
-        QCOMPARE(child<QLineEdit>("txtPCHexData_0")->text(), QString("F7"));
-        clickBox(pb3);
-        QCOMPARE(child<QLineEdit>("txtPCHexData_0")->text(), QString("FF"));
-        QVERIFY(rig->sent().empty());
-    }
-
-    void enableBoxClickGatesItsDataBox() {
-        ShowGpioWindow(*rig->wb);
-        QCheckBox* enable = child<QCheckBox>("chkOutEnc_0");
-        QCheckBox* data = child<QCheckBox>("ChkCData_0");
-        clickBox(enable);
-        QCOMPARE(child<QLineEdit>("txtPCHex_2")->text(), QString("10"));
-        QVERIFY(data->isEnabled());
-        clickBox(enable);
-        QCOMPARE(child<QLineEdit>("txtPCHex_2")->text(), QString("00"));
-        QVERIFY(!data->isEnabled());
-        // A click on a disabled box changes nothing.
-        clickBox(data);
-        QVERIFY(data->isChecked());
+    void boxClicksReachTheHandlersAndRepaintTheHexBoxes() {
+        windows->showGpioScreen();
+        clickBox("ChkBData", 3);
+        QVERIFY(!child<QCheckBox>("ChkBData", 3)->isChecked());
+        QCOMPARE(hex("txtPCHexData", 0), QString("F7"));
+        clickBox("chkOutEnc", 0);
+        QCOMPARE(hex("txtPCHex", 2), QString("10"));
+        QVERIFY(child<QCheckBox>("ChkCData", 0)->isEnabled());
+        clickBox("chkOutEnc", 0);
+        QVERIFY(!child<QCheckBox>("ChkCData", 0)->isEnabled());
+        clickBox("ChkCData", 0);  // a disabled box takes no click
         QCOMPARE(rig->wb->GpioState[3], uint8_t{0xFF});
-    }
+        QVERIFY(rig->sent().empty());
 
-    void writeButtonSendsTheFrameAndRepaintsReadBackAndLamps() {
-        ShowGpioWindow(*rig->wb);
-        clickBox(child<QCheckBox>("chkOutEn_0"));
-        clickBox(child<QCheckBox>("ChkBData_0"));
-        rig->board.model().gpio().pcInputs = 0x00;
-
-        QTest::mouseClick(child<QPushButton>("cmdGPIO_Write"), Qt::LeftButton);
-
-        QCOMPARE(rig->sent().size(), std::size_t{1});
-        QCOMPARE(rig->sent()[0].bytes, (std::vector<uint8_t>{0xFE, 0xFF, 0x01, 0x00}));
-        QCOMPARE(child<QLineEdit>("txtPCHexData_1")->text(), QString("FE"));
-        QCOMPARE(child<QLineEdit>("txtPCHexData_3")->text(), QString("03"));
-        QCOMPARE(child<QLineEdit>("txtPCHex_1")->text(), QString("01"));
-        // Start-up lit them light green; this write flips them.
-        QCOMPARE(child<LampWidget>("shpGpioWr_4")->color(), LampColor(qb::kGreen));
-        QCOMPARE(child<LampWidget>("shpGpioWr_0")->color(), LampColor(qb::kGreen));
-        QCOMPARE(child<LampWidget>("shpGpioWr_2")->color(), LampColor(qb::kLightGreen));
-
-        QTest::mouseClick(child<QPushButton>("cmdWrite_GPIO_Data"), Qt::LeftButton);
-        QCOMPARE(rig->sent().size(), std::size_t{2});
-        QCOMPARE(rig->sent()[1].bytes, (std::vector<uint8_t>{0xFE, 0xFF}));
-        QCOMPARE(child<LampWidget>("shpGpioWr_4")->color(), LampColor(qb::kLightGreen));
-        QCOMPARE(child<LampWidget>("shpGpioWr_0")->color(), LampColor(qb::kGreen));
-    }
-
-    void typingInAHexBoxIsShownButNeverSent() {
-        ShowGpioWindow(*rig->wb);
-        QLineEdit* box = child<QLineEdit>("txtPCHexData_0");
+        // Typing in a hex box is shown but never sent.
+        QLineEdit* box = child<QLineEdit>("txtPCHexData", 0);
         box->selectAll();
         QTest::keyClicks(box, "12");
         QCOMPARE(rig->gpio().txtPCHexData[0].text(), std::string("12"));
+    }
+
+    void writeButtonsSendTheFrameAndRepaintReadBackAndLamps() {
+        windows->showGpioScreen();
+        clickBox("chkOutEn", 0);
+        clickBox("ChkBData", 0);
+        rig->board.model().gpio().pcInputs = 0x00;
+        QTest::mouseClick(child<QPushButton>("cmdGPIO_Write"), Qt::LeftButton);
+        QCOMPARE(rig->sent().back().bytes, (std::vector<uint8_t>{0xFE, 0xFF, 0x01, 0x00}));
+        QCOMPARE(hex("txtPCHexData", 1), QString("FE"));
+        QCOMPARE(hex("txtPCHexData", 3), QString("03"));
+        QCOMPARE(hex("txtPCHex", 1), QString("01"));
+        QCOMPARE(lamp(4), LampColor(qb::kGreen));  // start-up lit it light green
+        QCOMPARE(lamp(2), LampColor(qb::kLightGreen));
+
         QTest::mouseClick(child<QPushButton>("cmdWrite_GPIO_Data"), Qt::LeftButton);
-        QCOMPARE(rig->sent().back().bytes, (std::vector<uint8_t>{0xFF, 0xFF}));
+        QCOMPARE(rig->sent().back().bytes, (std::vector<uint8_t>{0xFE, 0xFF}));
+        QCOMPARE(lamp(4), LampColor(qb::kLightGreen));
+        QCOMPARE(lamp(0), LampColor(qb::kGreen));
     }
 
     void closeUnloadsTheModelAndTheNextShowLoadsAFreshOne() {
-        ShowGpioWindow(*rig->wb);
-        clickBox(child<QCheckBox>("ChkBData_3"));
-        clickBox(child<QCheckBox>("chkOutEn_0"));
+        windows->showGpioScreen();
+        clickBox("ChkBData", 3);
+        clickBox("chkOutEn", 0);
+        std::weak_ptr<FrmGPIO> model = rig->program->gpioScreenModel();
         QPointer<QWidget> old = window();
-
         old->close();
-        QVERIFY(!rig->wb->hasGpioScreen());
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!rig->program->hasGpioScreen());
+        destroyClosedWindows();
         QVERIFY(old.isNull());
+        QVERIFY(model.expired());
         QVERIFY(!window());
-        QCOMPARE(rig->wb->GpioState[2], uint8_t{0xF7});
 
-        ShowGpioWindow(*rig->wb);
-        QVERIFY(window());
-        QVERIFY(rig->wb->hasGpioScreen());
-        QVERIFY(child<QCheckBox>("ChkBData_3")->isChecked());
-        QVERIFY(!child<QCheckBox>("chkOutEn_0")->isChecked());
-        QCOMPARE(child<QLineEdit>("txtPCHexData_0")->text(), QString("F7"));
-        QCOMPARE(child<QLineEdit>("txtPCHex_0")->text(), QString("01"));
-        QCOMPARE(child<QLineEdit>("txtPCHexData_1")->text(), QString("--"));
-        QCOMPARE(child<LampWidget>("shpGpioWr_4")->color(), LampColor(qb::kBlack));
+        windows->showGpioScreen();
+        QVERIFY(rig->program->hasGpioScreen());
+        QVERIFY(child<QCheckBox>("ChkBData", 3)->isChecked());
+        QVERIFY(!child<QCheckBox>("chkOutEn", 0)->isChecked());
+        QCOMPARE(hex("txtPCHexData", 0), QString("F7"));
+        QCOMPARE(hex("txtPCHexData", 1), QString("--"));
+        QCOMPARE(lamp(4), LampColor(qb::kBlack));
     }
 
     void showAgainBeforeTheClosedWindowIsDestroyedMakesANewOne() {
-        ShowGpioWindow(*rig->wb);
+        windows->showGpioScreen();
         QPointer<QWidget> old = window();
         old->close();
-        ShowGpioWindow(*rig->wb);
+        windows->showGpioScreen();
         QVERIFY(window() != old.data());
-        QVERIFY(rig->wb->hasGpioScreen());
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        destroyClosedWindows();
         QVERIFY(old.isNull());
-        // The new window still drives the live model.
-        clickBox(child<QCheckBox>("ChkBData_1"));
+        // The new window drives the live model.
+        clickBox("ChkBData", 1);
         QCOMPARE(rig->gpio().txtPCHexData[0].text(), std::string("FD"));
-        QCOMPARE(child<QLineEdit>("txtPCHexData_0")->text(), QString("FD"));
+        QCOMPARE(hex("txtPCHexData", 0), QString("FD"));
     }
 
-    void closingWhileAWriteYieldsLetsTheWriteFinishBeforeTheWindowGoes() {
-        ShowGpioWindow(*rig->wb);
+    void closingWhileAWriteYieldsLetsTheWriteFinishThenFreesTheModel() {
+        windows->showGpioScreen();
         QPointer<QWidget> w = window();
+        std::weak_ptr<FrmGPIO> model = rig->program->gpioScreenModel();
         QPushButton* write = child<QPushButton>("cmdGPIO_Write");
         bool aliveInsideTheWrite = false;
         // The user closes the window at the write's first yield, which runs pending events as
@@ -224,7 +188,7 @@ private slots:
         rig->pump.atYield(0, [&] {
             w->close();
             QCoreApplication::processEvents();
-            aliveInsideTheWrite = !w.isNull();
+            aliveInsideTheWrite = !w.isNull() && !model.expired();
         });
         QEventLoop loop;
         QTimer::singleShot(0, [&] {
@@ -235,30 +199,21 @@ private slots:
 
         QVERIFY(aliveInsideTheWrite);
         QCOMPARE(rig->sent().size(), std::size_t{1});
-        QVERIFY(!rig->wb->hasGpioScreen());
+        QVERIFY(!rig->program->hasGpioScreen());
         destroyClosedWindows();
         QVERIFY(w.isNull());
-    }
-
-    void screenCreatedByTheCoreWhileNoWindowIsOpenIsShownAsItStands() {
-        // The communications test drives the LEDs without a window.
-        FrmGPIO& g = rig->gpio();
-        g.setChecked(g.ChKLedData[0], false, &FrmGPIO::ChKLedData_Click, 0);
-        ShowGpioWindow(*rig->wb);
-        QVERIFY(!child<QCheckBox>("ChKLedData_0")->isChecked());
-        QCOMPARE(child<QLineEdit>("txtPCHexData_2")->text(), QString("FE"));
+        QVERIFY(model.expired());
     }
 
     // Under a real display with I2CB_SCREENSHOT_DIR set, saves the window as gpio_screen.png.
     void screenshot() {
-        ShowGpioWindow(*rig->wb);
+        windows->showGpioScreen();
         QVERIFY(QTest::qWaitForWindowExposed(window()));
-        clickBox(child<QCheckBox>("chkOutEn_1"));
-        clickBox(child<QCheckBox>("ChkBData_1"));
-        clickBox(child<QCheckBox>("chkOutEnc_3"));
+        clickBox("chkOutEn", 1);
+        clickBox("ChkBData", 1);
+        clickBox("chkOutEnc", 3);
         QTest::mouseClick(child<QPushButton>("cmdGPIO_Write"), Qt::LeftButton);
         const QPixmap shot = window()->grab();
-        QVERIFY(!shot.isNull());
         QCOMPARE(shot.size() / shot.devicePixelRatio(), window()->size());
         const QByteArray dir = qgetenv("I2CB_SCREENSHOT_DIR");
         if (!dir.isEmpty()) QVERIFY(shot.save(QString::fromLocal8Bit(dir) + "/gpio_screen.png"));

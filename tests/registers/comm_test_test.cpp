@@ -170,7 +170,7 @@ TEST_F(CommTest, ReloadedGpioScreenStillGetsBothLedBitsRight) {
     // boxes checked again, so only the explicit clicks bring the green bit back.
     rig.gpio().setChecked(rig.gpio().ChKLedData[1], false, &FrmGPIO::ChKLedData_Click, 1);
     ASSERT_EQ(ledByte(), 0xFD);
-    rig.wb->unloadGpioScreen();
+    rig.program->unloadGpioScreen();
     test("60");
     EXPECT_EQ(ledByte(), 0xFE);
     EXPECT_EQ(sent().back(), Gpio({0xFF, 0xFE, 0x00, 0x00}));

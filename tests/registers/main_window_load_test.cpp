@@ -69,7 +69,7 @@ TEST(MainWindowLoad, WithoutABoardLoadCompletesAndLogsEveryFailure) {
     EXPECT_EQ(w.shpLogStatus.color(), qb::kLightRed);
     EXPECT_TRUE(rig.sent().empty());
     // The GPIO screen was loaded for the write and shows the board's silence.
-    ASSERT_TRUE(rig.wb->hasGpioScreen());
+    ASSERT_TRUE(rig.program->hasGpioScreen());
     EXPECT_EQ(rig.gpio().txtPCHexData[1].text(), "00");
 }
 
@@ -139,10 +139,10 @@ TEST(MainWindowMenus, GpioScreenIsCreatedWhenAskedFor) {
     int shows = 0;
     rig.wb->windows.showGpioScreen = [&] { ++shows; };
     FrmI2CGeneral& w = rig.main();
-    rig.wb->unloadGpioScreen();
-    EXPECT_FALSE(rig.wb->hasGpioScreen());
+    rig.program->unloadGpioScreen();
+    EXPECT_FALSE(rig.program->hasGpioScreen());
     w.mnuGPIO_Click();
-    EXPECT_TRUE(rig.wb->hasGpioScreen());
+    EXPECT_TRUE(rig.program->hasGpioScreen());
     EXPECT_EQ(shows, 1);
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "panel_rig.h"
 
 namespace i2cbridge::testing {
@@ -15,11 +17,12 @@ protected:
     void write(int i) { win->cmdWrite1Byte_Click(i); }
 };
 
-TEST_F(SingleBytePanel, ReadSendsTheRequestAndShowsTheValue) {
-    win->txtUserRegAdr.setText("02");
+TEST_F(SingleBytePanel, ReadAndWriteSendTheirFramesAndShowTheOutcome) {
+    device60().registers[0x11] = 0x07;
+    win->txtUserRegAdr.setText("11");
     read();
-    EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x61, 0x02})}));
-    EXPECT_EQ(win->txtReadByte.text(), "5A");
+    EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x61, 0x11})}));
+    EXPECT_EQ(win->txtReadByte.text(), "07");
     EXPECT_EQ(win->lblReadCount.caption(), " 1");
     EXPECT_EQ(win->Shape2[2].color(), kLightGreen);
     EXPECT_EQ(win->Shape3.color(), kLightGreen);
@@ -29,16 +32,8 @@ TEST_F(SingleBytePanel, ReadSendsTheRequestAndShowsTheValue) {
     EXPECT_FALSE(rig.wb->usb.UsbOpen);
     EXPECT_EQ(rig.board.initCount(), 3);  // probe, start-up GPIO write, this read
     EXPECT_EQ(rig.board.uninitCount(), 3);
-}
 
-TEST_F(SingleBytePanel, ValuesBelowTenKeepTheirLeadingZero) {
-    device60().registers[0x11] = 0x07;
-    win->txtUserRegAdr.setText("11");
-    read();
-    EXPECT_EQ(win->txtReadByte.text(), "07");
-}
-
-TEST_F(SingleBytePanel, WriteSendsFourBytesAndTheDeviceTakesTheValue) {
+    rig.clearSent();
     win->txtUserRegAdr.setText("10");
     write(1);  // "55"
     EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x60, 0x10, 0x55})}));
@@ -46,7 +41,6 @@ TEST_F(SingleBytePanel, WriteSendsFourBytesAndTheDeviceTakesTheValue) {
     EXPECT_EQ(win->lblReadCount.caption(), " 3");
     EXPECT_EQ(win->Shape2[1].color(), kLightGreen);
     EXPECT_EQ(win->Shape2[0].color(), Lamp::kDesignColor);  // the other button's lamp
-    EXPECT_EQ(win->Shape3.color(), kLightGreen);
 }
 
 TEST_F(SingleBytePanel, TransfersUseTheAddressBoxAsItStandsNotTheStoredAddress) {
@@ -61,164 +55,116 @@ TEST_F(SingleBytePanel, TransfersUseTheAddressBoxAsItStandsNotTheStoredAddress) 
     EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
 }
 
-TEST_F(SingleBytePanel, SuccessLampsAlternateBetweenTheTwoGreens) {
-    read();
-    EXPECT_EQ(win->Shape2[2].color(), kLightGreen);
-    read();
-    EXPECT_EQ(win->Shape2[2].color(), kGreen);
-    read();
-    EXPECT_EQ(win->Shape2[2].color(), kLightGreen);
-    // Shape3 shows the outcome, it does not alternate.
-    EXPECT_EQ(win->Shape3.color(), kLightGreen);
+// Successes alternate between the two greens; a failure is light red and the next success
+// starts again at light green. Shape3 shows the outcome and does not alternate.
+TEST_F(SingleBytePanel, ReadLampFollowsEachOutcome) {
+    const struct {
+        bool nak;
+        int lamp;
+    } steps[] = {{false, kLightGreen}, {false, kGreen},   {false, kLightGreen},
+                 {false, kGreen},      {true, kLightRed}, {false, kLightGreen}};
+    for (const auto& step : steps) {
+        device60().nakAddress = step.nak;
+        read();
+        EXPECT_EQ(win->Shape2[2].color(), step.lamp);
+        EXPECT_EQ(win->Shape3.color(), step.nak ? kLightRed : kLightGreen);
+    }
 }
 
-TEST_F(SingleBytePanel, NakShowsDashesLightRedAndTheCountReceived) {
-    device60().nakAddress = true;
-    read();
-    EXPECT_EQ(win->txtReadByte.text(), "--");
-    EXPECT_EQ(win->lblReadCount.caption(), " 0");
-    EXPECT_EQ(win->Shape2[2].color(), kLightRed);
-    EXPECT_EQ(win->Shape3.color(), kLightRed);
-    EXPECT_TRUE(win->lblNak.visible());
-
-    // A failed write also puts "--" into the read box.
-    win->txtReadByte.setText("77");
-    write(0);
-    EXPECT_EQ(win->txtReadByte.text(), "--");
-    EXPECT_EQ(win->Shape2[0].color(), kLightRed);
-    EXPECT_EQ(win->lblReadCount.caption(), " 0");
+// However an exchange fails, both buttons show "--", a count of 0 and light red.
+TEST(SingleBytePanelFailure, EveryKindOfFailureShowsDashesAndCountZero) {
+    using Fail = std::function<void(Rig&, FrmI2CGeneral&)>;
+    constexpr int32_t kIo = usb_status::kIo;
+    const std::pair<const char*, Fail> failures[] = {
+        {"nak", [](Rig& r, FrmI2CGeneral&) { r.board.model().device(0x60)->nakAddress = true; }},
+        {"absent device", [](Rig&, FrmI2CGeneral& w) { w.txtI2CAdr.setText("30"); }},
+        {"lost reply",
+         [](Rig& r, FrmI2CGeneral&) {
+             r.board.injectTransferFault({0x82u, kIo, {}});
+         }},
+        {"lost request",
+         [](Rig& r, FrmI2CGeneral&) {
+             r.board.injectTransferFault({0x02u, kIo, {}});
+         }},
+        {"unplugged", [](Rig& r, FrmI2CGeneral&) { r.board.unplug(); }},
+        {"manual mode, closed",
+         [](Rig&, FrmI2CGeneral& w) {
+             w.ChKManUsbConn.setChecked(true);
+             w.ChKManUsbConn_Click();
+         }},
+    };
+    for (const auto& [name, fail] : failures) {
+        SCOPED_TRACE(name);
+        Rig rig;
+        FrmI2CGeneral& w = rig.main();
+        rig.clearSent();
+        fail(rig, w);
+        fail(rig, w);  // once for each button
+        for (int button : {0, 2}) {
+            w.txtReadByte.setText("77");
+            button == 2 ? w.cmdRead_Click() : w.cmdWrite1Byte_Click(0);
+            EXPECT_EQ(w.txtReadByte.text(), "--");
+            EXPECT_EQ(w.lblReadCount.caption(), " 0");
+            EXPECT_EQ(w.Shape2[button].color(), kLightRed);
+            EXPECT_EQ(w.Shape3.color(), kLightRed);
+        }
+    }
 }
 
-TEST_F(SingleBytePanel, FailureAfterSuccessTurnsTheLampRedAndTheNextSuccessLightGreen) {
-    read();
-    read();
-    ASSERT_EQ(win->Shape2[2].color(), kGreen);
-    device60().nakAddress = true;
-    read();
-    EXPECT_EQ(win->Shape2[2].color(), kLightRed);
-    device60().nakAddress = false;
-    read();
-    EXPECT_EQ(win->Shape2[2].color(), kLightGreen);
-    EXPECT_EQ(win->txtReadByte.text(), "00");
-}
-
-TEST_F(SingleBytePanel, AbsentDeviceIsANak) {
-    win->txtI2CAdr.setText("30");
-    write(0);
-    EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x30, 0x00, 0xAA})}));
-    EXPECT_EQ(win->Shape3.color(), kLightRed);
-    EXPECT_EQ(win->txtReadByte.text(), "--");
-}
-
-TEST_F(SingleBytePanel, TransportFailureReadsAsCountZeroAndIsLogged) {
-    rig.board.injectTransferFault({0x82u, usb_status::kIo, std::nullopt});
-    read();
-    EXPECT_EQ(win->txtReadByte.text(), "--");
-    EXPECT_EQ(win->lblReadCount.caption(), " 0");
-    EXPECT_EQ(win->Shape3.color(), kLightRed);
-    EXPECT_NE(rig.logSinceMark().find("ReadPipe: WDU_Transfer() failed: error &HFFFFFFFF "
-                                      "(LIBUSB_ERROR_IO)"),
-              std::string::npos);
-    EXPECT_EQ(win->shpLogStatus.color(), kLightRed);
-
-    // The request never reaches the board: the write itself fails.
-    rig.board.injectTransferFault({0x02u, usb_status::kTimeout, std::nullopt});
-    rig.board.model().clearSent();
-    write(0);
-    EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(win->lblReadCount.caption(), " 0");
-    EXPECT_EQ(win->Shape2[0].color(), kLightRed);
-}
-
-TEST_F(SingleBytePanel, UnpluggedBoardFailsWithoutCrashing) {
-    rig.board.unplug();
-    read();
-    write(1);
-    EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(win->txtReadByte.text(), "--");
-    EXPECT_EQ(win->Shape2[1].color(), kLightRed);
-    EXPECT_EQ(win->Shape2[2].color(), kLightRed);
-    EXPECT_NE(rig.logSinceMark().find("WritePipe: WDU_GetDeviceInfo() failed:"), std::string::npos);
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
-}
-
-TEST_F(SingleBytePanel, ManualModeWithTheConnectionClosedSendsNothing) {
+TEST_F(SingleBytePanel, ManualModeSendsOnlyOnTheConnectionTheUserOpened) {
     manualMode(false);
     const int inits = rig.board.initCount();
     write(0);
-    EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(win->lblReadCount.caption(), " 0");
-    EXPECT_EQ(win->Shape2[0].color(), kLightRed);
-    EXPECT_EQ(win->Shape3.color(), kLightRed);
     read();
     EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(win->txtReadByte.text(), "--");
-    EXPECT_EQ(win->Shape2[2].color(), kLightRed);
     EXPECT_EQ(rig.board.initCount(), inits);  // nothing was opened
     EXPECT_EQ(rig.logSinceMark(),
               Entry("Write GPIOPipe .. USB Not opened") + Entry("ReadPipe .. USB Not opened") +
                   Entry("Write GPIOPipe .. USB Not opened") + Entry("ReadPipe .. USB Not opened"));
-}
 
-TEST_F(SingleBytePanel, ManualModeLeavesAnOpenConnectionOpen) {
-    manualMode(true);
-    read();
-    write(0);
-    EXPECT_EQ(sent().size(), 2u);
-    EXPECT_TRUE(rig.wb->usb.UsbOpen);
-    EXPECT_EQ(win->Shape2[2].color(), kLightGreen);
-    EXPECT_EQ(rig.logSinceMark(), "");
-}
-
-TEST_F(SingleBytePanel, ManualModeStillYieldsWhereTheOpenAndCloseWouldBe) {
     manualMode(true);
     const long before = rig.pump.yields;
     read();
-    // Manual mode: one yield after the (skipped) open, one before the write transfer, one
-    // after the (skipped) close.
+    // One yield after the (skipped) open, one before the write transfer, one after the
+    // (skipped) close.
     EXPECT_EQ(rig.pump.yields - before, 3);
+    write(0);
+    EXPECT_EQ(sent().size(), 2u);
+    EXPECT_TRUE(rig.wb->usb.UsbOpen);
+    EXPECT_EQ(rig.logSinceMark(), "");
 }
 
+// The button and Enter in its box tidy the value; a value past a byte is refused with "--" and
+// a log line before anything is opened.
 TEST_F(SingleBytePanel, WriteValuesAreTidiedOrRefused) {
-    win->txtsbwr[0].setText("");
-    write(0);
-    EXPECT_EQ(win->txtsbwr[0].text(), "00");
-    EXPECT_EQ(sent().back(), I2C({0x01, 0x60, 0x00, 0x00}));
-
-    win->txtsbwr[1].setText("c3");
-    write(1);
-    EXPECT_EQ(win->txtsbwr[1].text(), "C3");
-    EXPECT_EQ(sent().back(), I2C({0x01, 0x60, 0x00, 0xC3}));
-
-    win->txtsbwr[0].setText("zz");
-    write(0);
-    EXPECT_EQ(win->txtsbwr[0].text(), "00");
-}
-
-TEST_F(SingleBytePanel, OutOfRangeWriteValueIsRefusedWithoutUsbActivity) {
-    const int inits = rig.board.initCount();
-    for (const char* bad : {"1FF", "100", "FFFF", "8000"}) {
+    const struct {
+        const char* typed;
+        bool byEnter;
+        const char* shown;
+        int sentValue;  // -1: refused
+    } cases[] = {{"", false, "00", 0x00},   {"c3", false, "C3", 0xC3}, {"zz", false, "00", 0x00},
+                 {"3c", true, "3C", 0x3C},  {"1FF", false, "--", -1},  {"100", true, "--", -1},
+                 {"FFFF", false, "--", -1}, {"8000", false, "--", -1}};
+    for (const auto& c : cases) {
+        rig.clearSent();
         rig.markLog();
-        win->txtsbwr[1].setText(bad);
-        write(1);
-        EXPECT_EQ(win->txtsbwr[1].text(), "--") << bad;
-        EXPECT_EQ(rig.logSinceMark(), Entry("Invalid Write Value")) << bad;
+        const int inits = rig.board.initCount();
+        win->txtsbwr[1].setText(c.typed);
+        if (c.byEnter)
+            pressEnter([&](int& k) { win->txtsbwr_KeyPress(1, k); });
+        else
+            write(1);
+        EXPECT_EQ(win->txtsbwr[1].text(), c.shown) << c.typed;
+        if (c.sentValue < 0) {
+            EXPECT_EQ(rig.logSinceMark(), Entry("Invalid Write Value")) << c.typed;
+            EXPECT_TRUE(sent().empty()) << c.typed;
+            EXPECT_EQ(rig.board.initCount(), inits) << c.typed;
+        } else {
+            EXPECT_EQ(sent(), (std::vector<WireFrame>{
+                                  I2C({0x01, 0x60, 0x00, static_cast<uint8_t>(c.sentValue)})}))
+                << c.typed;
+        }
     }
-    EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(rig.board.initCount(), inits);
-    EXPECT_EQ(win->Shape2[1].color(), Lamp::kDesignColor);
-}
-
-TEST_F(SingleBytePanel, EnterInAWriteBoxWritesLikeItsButton) {
-    win->txtsbwr[1].setText("3c");
-    pressEnter([&](int& k) { win->txtsbwr_KeyPress(1, k); });
-    EXPECT_EQ(win->txtsbwr[1].text(), "3C");
-    EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x60, 0x00, 0x3C})}));
-
-    win->txtsbwr[0].setText("100");
-    pressEnter([&](int& k) { win->txtsbwr_KeyPress(0, k); });
-    EXPECT_EQ(win->txtsbwr[0].text(), "--");
-    EXPECT_EQ(sent().size(), 1u);
 }
 
 TEST_F(SingleBytePanel, KeysOtherThanEnterChangeNothing) {
@@ -241,7 +187,6 @@ TEST_F(SingleBytePanel, RegisterAddressIsTidiedButNeverRangeChecked) {
     win->txtUserRegAdr.setText("zz");
     pressEnter([&](int& k) { win->txtUserRegAdr_KeyPress(k); });
     EXPECT_EQ(win->txtUserRegAdr.text(), "00");
-
     win->txtUserRegAdr.setText("1ff");
     pressEnter([&](int& k) { win->txtUserRegAdr_KeyPress(k); });
     EXPECT_EQ(win->txtUserRegAdr.text(), "1FF");
@@ -250,90 +195,50 @@ TEST_F(SingleBytePanel, RegisterAddressIsTidiedButNeverRangeChecked) {
     EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x61, 0xFF})}));
 }
 
-// The I2C address box.
-class I2CAddressBox : public PanelTest {
-protected:
-    void enter(const std::string& text) {
-        win->txtI2CAdr.setText(text);
-        pressEnter([&](int& k) { win->txtI2CAdr_KeyPress(k); });
-    }
-    I2CState& i2c() { return rig.wb->i2c; }
-};
-
-TEST_F(I2CAddressBox, EnterPadsStoresAndRunsTheTest) {
-    enter("7");
-    EXPECT_EQ(win->txtI2CAdr.text(), "07");
-    EXPECT_EQ(i2c().I2CWriteAddress, 0x07);
-    EXPECT_EQ(i2c().I2CReadAddress, 0x08);
-    // The test ran: its request for register 2 at the read address went out.
-    ASSERT_FALSE(sent().empty());
-    EXPECT_EQ(sent().front(), I2C({0x01, 0x08, 0x02}));
-    EXPECT_EQ(win->lblCommTest.caption(), "Fail");  // nobody answers at 07
-    EXPECT_TRUE(rig.dialogs.messages.empty());
-}
-
-TEST_F(I2CAddressBox, EnterWithTheDeviceAddressEndsGood) {
-    win->lblCommTest.setCaption("Good");
-    enter("60");
-    EXPECT_EQ(win->lblCommTest.caption(), "Good");
-    EXPECT_EQ(win->txtTstReg[1].text(), "5A");
-}
-
-TEST_F(I2CAddressBox, LowerCaseIsCommittedUpperCase) {
-    enter("fe");
-    EXPECT_EQ(win->txtI2CAdr.text(), "FE");
-    EXPECT_EQ(i2c().I2CWriteAddress, 0xFE);
-    EXPECT_EQ(i2c().I2CReadAddress, 0xFF);
-}
-
-TEST_F(I2CAddressBox, FFIsAcceptedHereButRefusedByTheTest) {
-    enter("FF");
-    EXPECT_EQ(win->txtI2CAdr.text(), "FF");
-    EXPECT_EQ(i2c().I2CWriteAddress, 0xFF);
-    EXPECT_EQ(i2c().I2CReadAddress, 0x00);
-    EXPECT_TRUE(rig.dialogs.messages.empty());
-    EXPECT_TRUE(sent().empty());
-    EXPECT_NE(rig.logSinceMark().find(Entry("Address value too large")), std::string::npos);
-}
-
-TEST_F(I2CAddressBox, ValuesOutsideAByteAreRefusedWithAMessageBox) {
-    for (const char* bad : {"100", "FFFF"}) {
+// Enter in the I2C address box pads, upper-cases and stores the address, then runs the
+// communications test; a value past a byte is refused with a message box and runs no test.
+TEST_F(SingleBytePanel, AddressBoxEnterStoresAndTestsOrRefuses) {
+    const struct {
+        const char* typed;
+        const char* shown;
+        uint8_t write, read;
+        const char* result;
+        bool refused;
+    } cases[] = {{"7", "07", 0x07, 0x08, "Fail", false},  {"60", "60", 0x60, 0x61, "Good", false},
+                 {"fe", "FE", 0xFE, 0xFF, "Fail", false}, {"FF", "FF", 0xFF, 0x00, "Fail", false},
+                 {"100", "00", 0x00, 0x01, "Fail", true}, {"FFFF", "00", 0x00, 0x01, "Fail", true}};
+    for (const auto& c : cases) {
         rig.dialogs.messages.clear();
-        i2c().setAddress(0x60);
-        win->lblCommTest.setCaption("Good");
-        enter(bad);
-        EXPECT_EQ(win->txtI2CAdr.text(), "00") << bad;
-        EXPECT_EQ(i2c().I2CWriteAddress, 0x00) << bad;
-        EXPECT_EQ(i2c().I2CReadAddress, 0x01) << bad;
-        ASSERT_EQ(rig.dialogs.messages.size(), 1u) << bad;
-        EXPECT_EQ(rig.dialogs.messages[0].text, "Illegal I2C Address, re-enter");
-        EXPECT_EQ(rig.dialogs.messages[0].title, kAppTitle);
-        EXPECT_EQ(rig.dialogs.messages[0].buttons, Dialogs::Buttons::Ok);
-        // The test does not run; the label keeps the red "Fail" that Enter put up.
-        EXPECT_EQ(win->lblCommTest.caption(), "Fail") << bad;
-        EXPECT_EQ(win->lblCommTest.backColor(), RgbColor(0xFF0000));
-        EXPECT_EQ(win->lblCommTest.foreColor(), RgbColor(0xFFFFFF));
+        rig.clearSent();
+        win->lblCommTest.setCaption("-");
+        win->txtI2CAdr.setText(c.typed);
+        pressEnter([&](int& k) { win->txtI2CAdr_KeyPress(k); });
+        EXPECT_EQ(win->txtI2CAdr.text(), c.shown) << c.typed;
+        EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, c.write) << c.typed;
+        EXPECT_EQ(rig.wb->i2c.I2CReadAddress, c.read) << c.typed;
+        EXPECT_EQ(win->lblCommTest.caption(), c.result) << c.typed;
+        EXPECT_EQ(rig.dialogs.messages.size(), c.refused ? 1u : 0u) << c.typed;
+        // FF passes here but the test refuses it; below FF the test's request goes out.
+        EXPECT_EQ(sent().empty(), c.refused || c.write == 0xFF) << c.typed;
     }
-    EXPECT_TRUE(sent().empty());
+    EXPECT_EQ(rig.dialogs.messages.back().text, "Illegal I2C Address, re-enter");
+    EXPECT_EQ(rig.dialogs.messages.back().title, kAppTitle);
+    EXPECT_EQ(win->lblCommTest.backColor(), RgbColor(0xFF0000));
 }
 
-TEST_F(I2CAddressBox, LeavingTheBoxCommitsWithoutTheTest) {
+TEST_F(SingleBytePanel, LeavingTheAddressBoxCommitsWithoutTheTest) {
     win->txtI2CAdr.setText("a");
     win->txtI2CAdr_LostFocus();
     EXPECT_EQ(win->txtI2CAdr.text(), "0A");
-    EXPECT_EQ(i2c().I2CWriteAddress, 0x0A);
-    EXPECT_EQ(i2c().I2CReadAddress, 0x0B);
+    EXPECT_EQ(rig.wb->i2c.I2CReadAddress, 0x0B);
     EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(win->lblCommTest.caption(), "");
     EXPECT_EQ(rig.board.initCount(), 2);  // nothing opened since the load
 
     win->txtI2CAdr.setText("100");
     win->txtI2CAdr_LostFocus();
     EXPECT_EQ(win->txtI2CAdr.text(), "00");
-    EXPECT_EQ(i2c().I2CWriteAddress, 0x00);
-    EXPECT_EQ(i2c().I2CReadAddress, 0x01);
+    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x00);
     ASSERT_EQ(rig.dialogs.messages.size(), 1u);
-    EXPECT_EQ(rig.dialogs.messages[0].text, "Illegal I2C Address, re-enter");
     EXPECT_EQ(win->lblCommTest.caption(), "");
 }
 

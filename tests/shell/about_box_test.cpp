@@ -3,11 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <regex>
 
-#include "foundation/ports.h"
 #include "about/frm_about2.h"
+#include "foundation/ports.h"
 #include "support/fakes.h"
 
 namespace i2cbridge::testing {
@@ -96,37 +97,21 @@ struct AboutBox : ::testing::Test {
     FrmAbout2 about{*rig.wb, os};
 };
 
-// --- Texts ----------------------------------------------------------------------------------
-
-TEST(VersionText, DropsLeadingZerosOfEachPart) {
+TEST(VersionText, DropsLeadingZerosOfEachPartWhateverItsLength) {
     EXPECT_EQ(VersionText("3", "01", "0006"), "Version 3.1.6");
     EXPECT_EQ(VersionText("0", "00", "0"), "Version 0.0.0");
-    EXPECT_EQ(VersionText("10", "20", "0300"), "Version 10.20.300");
     EXPECT_EQ(VersionText("007", "0", "1000"), "Version 7.0.1000");
-}
-
-TEST(VersionText, NumbersPastAnyIntegerTypeStayIntact) {
     EXPECT_EQ(VersionText("1", "2", "000123456789012345678901234567890"),
               "Version 1.2.123456789012345678901234567890");
 }
 
-TEST_F(AboutBox, LoadShowsTitleVersionAndEmptyDescription) {
-    EXPECT_EQ(about.lblVersion.caption(), "Version");
+// Whatever the build's version, the box shows it as three decimal numbers.
+TEST_F(AboutBox, LoadShowsTheBuildsVersionAndOkAsksTheViewToClose) {
     about.Form_Load();
-    EXPECT_EQ(about.Caption.caption(), std::string("About ") + kAppTitle);
-    EXPECT_EQ(about.lblTitle.caption(), kAppTitle);
     EXPECT_EQ(about.lblDescription.caption(), "");
-    // Whatever the build's version, it shows as three decimal numbers without leading zeros.
     EXPECT_TRUE(std::regex_match(about.lblVersion.caption(),
                                  std::regex(R"(Version (0|[1-9]\d*)\.(0|[1-9]\d*)\.(0|[1-9]\d*))")))
         << about.lblVersion.caption();
-    EXPECT_EQ(about.lblDisclaimer[0].caption(), "ACCURACY OF INFORMATION");
-    EXPECT_GT(about.lblDisclaimer[1].caption().size(), 80u);
-    EXPECT_EQ(about.cmdSysInfo.caption(), "&System Info...");
-    EXPECT_EQ(about.cmdOK.caption(), "OK");
-}
-
-TEST_F(AboutBox, OkAsksTheViewToCloseAndDoesNothingWithoutOne) {
     about.cmdOK_Click();  // no view: nothing happens
     int closes = 0;
     about.onUnload = [&closes] { ++closes; };
@@ -134,143 +119,134 @@ TEST_F(AboutBox, OkAsksTheViewToCloseAndDoesNothingWithoutOne) {
     EXPECT_EQ(closes, 1);
 }
 
-// --- Registry values ------------------------------------------------------------------------
-
-TEST_F(AboutBox, StringValueLosesItsTerminatorOnly) {
+// Strings lose their terminator only; numbers become hex text, last byte first; other types
+// leave the text as it came in; a missing key or value, or one too large for the buffer,
+// empties it. Every key opened is closed again.
+TEST_F(AboutBox, RegistryValuesAreReadAsText) {
     os.values["K|Name"] = {registry::kTypeString, std::string("C:\\tools\\x.exe\0", 15)};
     os.values["K|Plain"] = {registry::kTypeString, "no terminator"};
-    std::string value = "stale";
-    EXPECT_TRUE(about.GetKeyValue(kLocalMachine, "K", "Name", value));
-    EXPECT_EQ(value, "C:\\tools\\x.exe");
-    EXPECT_TRUE(about.GetKeyValue(kLocalMachine, "K", "Plain", value));
-    EXPECT_EQ(value, "no terminator");
-    EXPECT_EQ(os.openKeys, 0);
-    EXPECT_EQ(os.openAccess, (std::vector<uint32_t>{0x2003F, 0x2003F}));
-    EXPECT_EQ(os.bufferSizes, (std::vector<std::size_t>{1024, 1024}));
-}
-
-TEST_F(AboutBox, NumberValueBecomesHexTextLastByteFirst) {
-    os.values["K|Num"] = {registry::kTypeNumber, std::string("\x78\x56\x34\x12", 4)};
-    os.values["K|Low"] = {registry::kTypeNumber, std::string("\x0A\x01\x00\x00", 4)};
-    std::string value;
-    EXPECT_TRUE(about.GetKeyValue(kLocalMachine, "K", "Num", value));
-    EXPECT_EQ(value, "12345678");
-    // The trailing zero byte goes with the terminator rule before the number is read.
-    EXPECT_TRUE(about.GetKeyValue(kLocalMachine, "K", "Low", value));
-    EXPECT_EQ(value, "00010A");
-}
-
-TEST_F(AboutBox, OtherValueTypesLeaveTheTextAsItCameIn) {
-    os.values["K|Bin"] = {3, std::string("\x01\x02", 2)};
-    std::string value = "as given";
-    EXPECT_TRUE(about.GetKeyValue(kLocalMachine, "K", "Bin", value));
-    EXPECT_EQ(value, "as given");
-    EXPECT_EQ(os.openKeys, 0);
-}
-
-TEST_F(AboutBox, MissingKeyOrValueEmptiesTheTextAndClosesWhatWasOpened) {
-    os.values["K|Name"] = {registry::kTypeString, "x"};
-    os.values["K|Huge"] = {registry::kTypeString, std::string(1025, 'a')};
-    std::string value = "stale";
-    EXPECT_FALSE(about.GetKeyValue(kLocalMachine, "Nope", "Name", value));
-    EXPECT_EQ(value, "");
-    value = "stale";
-    EXPECT_FALSE(about.GetKeyValue(kLocalMachine, "K", "Other", value));
-    EXPECT_EQ(value, "");
-    value = "stale";
-    EXPECT_FALSE(about.GetKeyValue(kLocalMachine, "K", "Huge", value));
-    EXPECT_EQ(value, "");
-    EXPECT_EQ(os.openKeys, 0);
-}
-
-TEST_F(AboutBox, EmptyStringValueReadsAsEmpty) {
     os.values["K|Empty"] = {registry::kTypeString, ""};
     os.values["K|Nul"] = {registry::kTypeString, std::string(1, '\0')};
-    std::string value = "stale";
-    EXPECT_TRUE(about.GetKeyValue(kLocalMachine, "K", "Empty", value));
-    EXPECT_EQ(value, "");
-    value = "stale";
-    EXPECT_TRUE(about.GetKeyValue(kLocalMachine, "K", "Nul", value));
-    EXPECT_EQ(value, "");
+    os.values["K|Num"] = {registry::kTypeNumber, std::string("\x78\x56\x34\x12", 4)};
+    os.values["K|Low"] = {registry::kTypeNumber, std::string("\x0A\x01\x00\x00", 4)};
+    os.values["K|Bin"] = {3, std::string("\x01\x02", 2)};
+    os.values["K|Huge"] = {registry::kTypeString, std::string(1025, 'a')};
+    const struct {
+        const char* key;
+        const char* name;
+        bool found;
+        const char* text;
+    } cases[] = {
+        {"K", "Name", true, "C:\\tools\\x.exe"},
+        {"K", "Plain", true, "no terminator"},
+        {"K", "Empty", true, ""},
+        {"K", "Nul", true, ""},
+        {"K", "Num", true, "12345678"},
+        {"K", "Low", true, "00010A"},
+        {"K", "Bin", true, "stale"},
+        {"K", "Huge", false, ""},
+        {"K", "Other", false, ""},
+        {"Nope", "Name", false, ""},
+    };
+    for (const auto& c : cases) {
+        std::string value = "stale";
+        EXPECT_EQ(about.GetKeyValue(kLocalMachine, c.key, c.name, value), c.found) << c.name;
+        EXPECT_EQ(value, c.text) << c.key << "|" << c.name;
+    }
+    EXPECT_EQ(os.openKeys, 0);
+    EXPECT_EQ(os.openAccess.front(), 0x2003Fu);
+    EXPECT_EQ(os.bufferSizes.front(), 1024u);
 }
 
-// --- Starting the system information program ------------------------------------------------
-
-TEST_F(AboutBox, RegistryPathIsStartedAndNothingElseIsTried) {
-    os.values[std::string(kMsInfo) + "|PATH"] = {registry::kTypeString,
-                                                 std::string("C:\\msinfo\\msinfo32.exe\0", 23)};
-    os.programs["kinfocenter"] = "/usr/bin/kinfocenter";
-    about.cmdSysInfo_Click();
-    ASSERT_EQ(os.started.size(), 1u);
-    EXPECT_EQ(os.started[0].program, "C:\\msinfo\\msinfo32.exe");
-    EXPECT_TRUE(os.started[0].args.empty());
-    EXPECT_TRUE(os.searched.empty());
-    EXPECT_EQ(rig.logSinceMark(), "");
-}
-
-TEST_F(AboutBox, RegistryLocationIsUsedWhenTheProgramFileExists) {
-    os.values[std::string(kLocation) + "|MSINFO"] = {registry::kTypeString, "C:\\Shared\\MSINFO"};
-    os.files.push_back("C:\\Shared\\MSINFO\\MSINFO32.EXE");
-    about.StartSysInfo();
-    ASSERT_EQ(os.started.size(), 1u);
-    EXPECT_EQ(os.started[0].program, "C:\\Shared\\MSINFO\\MSINFO32.EXE");
-    EXPECT_EQ(rig.logSinceMark(), "");
-}
-
-TEST_F(AboutBox, RegistryLocationWithoutTheFileFallsBackToTheDesktop) {
-    os.values[std::string(kLocation) + "|MSINFO"] = {registry::kTypeString, "C:\\Gone"};
-    os.programs["hardinfo"] = "/usr/bin/hardinfo";
-    about.StartSysInfo();
-    ASSERT_EQ(os.started.size(), 1u);
-    EXPECT_EQ(os.started[0].program, "/usr/bin/hardinfo");
-}
-
-TEST_F(AboutBox, FirstDesktopProgramFoundIsStartedWithItsArguments) {
-    os.programs["gnome-control-center"] = "/usr/bin/gnome-control-center";
-    os.programs["hardinfo"] = "/usr/bin/hardinfo";
-    about.StartSysInfo();
-    ASSERT_EQ(os.started.size(), 1u);
-    EXPECT_EQ(os.started[0].program, "/usr/bin/gnome-control-center");
-    EXPECT_EQ(os.started[0].args, (std::vector<std::string>{"info-overview"}));
-    EXPECT_EQ(os.searched, (std::vector<std::string>{"kinfocenter", "gnome-control-center"}));
-    EXPECT_EQ(rig.logSinceMark(), "");
-}
-
-TEST_F(AboutBox, NoProgramAnywhereLogsOneLineAndStartsNothing) {
-    const int lamp = rig.main().shpLogStatus.color();
-    about.StartSysInfo();
-    EXPECT_TRUE(os.started.empty());
-    EXPECT_EQ(os.searched.size(), DesktopSystemInfoPrograms().size());
-    EXPECT_EQ(rig.logSinceMark(), Entry("System Information Is Unavailable At This Time"));
+// The registry's program first, then MSINFO32.EXE at the registry's location, then the
+// desktop's own programs in order; nothing found, or a start that fails, logs one line.
+TEST_F(AboutBox, SystemInfoProgramIsLookedForInOrder) {
+    const std::string unavailable = Entry("System Information Is Unavailable At This Time");
+    const std::string msinfo = std::string(kMsInfo) + "|PATH";
+    const std::string location = std::string(kLocation) + "|MSINFO";
+    const struct {
+        const char* name;
+        std::function<void(FakeLauncher&)> setUp;
+        const char* started;
+        std::vector<std::string> args;
+        bool logged;
+    } cases[] = {
+        {"registry path",
+         [&](FakeLauncher& l) {
+             l.values[msinfo] = {registry::kTypeString, std::string("C:\\m\\msinfo32.exe\0", 18)};
+             l.programs["kinfocenter"] = "/usr/bin/kinfocenter";
+         },
+         "C:\\m\\msinfo32.exe",
+         {},
+         false},
+        {"registry location",
+         [&](FakeLauncher& l) {
+             l.values[location] = {registry::kTypeString, "C:\\Shared"};
+             l.files.push_back("C:\\Shared\\MSINFO32.EXE");
+         },
+         "C:\\Shared\\MSINFO32.EXE",
+         {},
+         false},
+        {"location without the file",
+         [&](FakeLauncher& l) {
+             l.values[location] = {registry::kTypeString, "C:\\Gone"};
+             l.programs["hardinfo"] = "/usr/bin/hardinfo";
+         },
+         "/usr/bin/hardinfo",
+         {},
+         false},
+        {"first desktop program",
+         [](FakeLauncher& l) {
+             l.programs["gnome-control-center"] = "/usr/bin/gnome-control-center";
+             l.programs["hardinfo"] = "/usr/bin/hardinfo";
+         },
+         "/usr/bin/gnome-control-center",
+         {"info-overview"},
+         false},
+        {"nothing anywhere", [](FakeLauncher&) {}, nullptr, {}, true},
+        {"found but fails to start",
+         [](FakeLauncher& l) {
+             l.programs["kinfocenter"] = "/usr/bin/kinfocenter";
+             l.startSucceeds = false;
+         },
+         "/usr/bin/kinfocenter",
+         {},
+         true},
+        {"registry program fails to start",
+         [&](FakeLauncher& l) {
+             l.values[msinfo] = {registry::kTypeString, "C:\\broken.exe"};
+             l.startSucceeds = false;
+         },
+         "C:\\broken.exe",
+         {},
+         true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeLauncher launcher;
+        c.setUp(launcher);
+        FrmAbout2 box{*rig.wb, launcher};
+        rig.markLog();
+        box.cmdSysInfo_Click();
+        ASSERT_EQ(launcher.started.size(), c.started ? 1u : 0u);
+        if (c.started) {
+            EXPECT_EQ(launcher.started[0].program, c.started);
+            EXPECT_EQ(launcher.started[0].args, c.args);
+        }
+        EXPECT_EQ(rig.logSinceMark(), c.logged ? unavailable : "");
+    }
     EXPECT_TRUE(rig.dialogs.messages.empty());
-    // LogMessage repaints the lamp from the flag; nothing here sets the flag.
     EXPECT_FALSE(rig.wb->log.LogErrorFlag);
-    EXPECT_EQ(rig.main().shpLogStatus.color(), lamp);
 }
 
-TEST_F(AboutBox, FailedStartOfAFoundProgramLogsTheLine) {
-    os.programs["kinfocenter"] = "/usr/bin/kinfocenter";
-    os.startSucceeds = false;
+TEST_F(AboutBox, DesktopProgramsAreSearchedInOrderAndEachClickTriesAgain) {
     about.StartSysInfo();
-    EXPECT_EQ(os.started.size(), 1u);
-    EXPECT_EQ(rig.logSinceMark(), Entry("System Information Is Unavailable At This Time"));
-}
-
-TEST_F(AboutBox, FailedStartOfTheRegistryProgramLogsTheLine) {
-    os.values[std::string(kMsInfo) + "|PATH"] = {registry::kTypeString, "C:\\broken.exe"};
-    os.startSucceeds = false;
-    about.StartSysInfo();
-    EXPECT_EQ(os.started.size(), 1u);
-    EXPECT_EQ(rig.logSinceMark(), Entry("System Information Is Unavailable At This Time"));
-}
-
-TEST_F(AboutBox, EachClickTriesAgain) {
-    about.StartSysInfo();
+    EXPECT_EQ(os.searched.size(), DesktopSystemInfoPrograms().size());
+    EXPECT_EQ(os.searched.front(), "kinfocenter");
     os.programs["xfce4-about"] = "/usr/bin/xfce4-about";
     about.StartSysInfo();
     ASSERT_EQ(os.started.size(), 1u);
     EXPECT_EQ(os.started[0].program, "/usr/bin/xfce4-about");
-    EXPECT_EQ(rig.logSinceMark(), Entry("System Information Is Unavailable At This Time"));
 }
 
 }  // namespace

@@ -49,6 +49,17 @@ bool FakeDialogs::saveFile(FileDialogState& state) {
     return Choose(saveChoices, saveShown, state);
 }
 
-Rig::Rig() = default;
+Rig::Rig(BoardSetup setup) {
+    board.setIdentity(BoardVendorId, setup.productId);
+    if (setup.refuseInterface) board.refuseInterface(usb_status::kBusy);
+}
+
+bool Rig::yieldUntilLogged(const std::string& text) {
+    for (int i = 0; i < 100; ++i) {
+        if (logSinceMark().find(text) != std::string::npos) return true;
+        pump.yield();
+    }
+    return false;
+}
 
 }  // namespace i2cbridge::testing

@@ -10,9 +10,9 @@
 #include "foundation/ports.h"
 #include "gpio/frm_gpio.h"
 #include "registers/frm_i2c_general.h"
-#include "workbench/workbench.h"
 #include "usb/board_driver.h"
 #include "usb/simulated_board.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge::testing {
 
@@ -66,9 +66,17 @@ public:
     std::vector<FileDialogState> saveShown;
 };
 
-// A workbench on the simulated board, with fakes for the rest.
+// How the board is set up before the program first talks to it.
+struct BoardSetup {
+    uint16_t productId = BoardProductId;
+    bool refuseInterface = false;  // the interface is busy (another program holds it)
+};
+
+// A workbench and its program on the simulated board, with fakes for the rest.
 struct Rig {
-    Rig();
+    explicit Rig(BoardSetup setup = {});
+    static constexpr UsbDeviceHandle kFirstHandle = 0x2A0;  // the driver's handle numbering
+
     SimulatedBoard board;
     FakePump pump{&board};
     FakeDialogs dialogs;
@@ -84,6 +92,15 @@ struct Rig {
     std::string logSinceMark() { return log().substr(std::min(mark_, log().size())); }
     // Frames sent on the wire since the last clear.
     const std::vector<WireFrame>& sent() { return board.model().sent(); }
+    void clearSent() { board.model().clearSent(); }
+    template <typename F>
+    auto withModel(F&& f) {
+        return f(board.model());
+    }
+    // Yields (which delivers the driver's news) until text is in the log since markLog().
+    bool yieldUntilLogged(const std::string& text);
+    int resets() const { return board.resetCount(); }
+    bool running() const { return board.running(); }
 
 private:
     std::size_t mark_ = 0;

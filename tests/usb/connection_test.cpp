@@ -1,239 +1,170 @@
-// The shared connection: open and close in both flavours, the attach and detach handlers, and
-// what the connection area and the log show for each.
+// The shared connection on the simulated board: the contract every driver keeps, and what only
+// the simulated board can show (a library that will not start, injected transfer faults, a
+// board without endpoints) or what does not depend on the driver at all.
 
 #include "usb/connection.h"
 
 #include <gtest/gtest.h>
 
+#include "support/connection_contract.h"
 #include "support/fakes.h"
 
-namespace i2cbridge {
+namespace i2cbridge::testing {
 namespace {
 
-using testing::Entry;
-using testing::Rig;
+INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedBoard, ConnectionContract, Rig);
 
-const std::string kSetup =
-    Entry("Setting eventable up,  verifing that the device is attached...\r\n");
-
-std::string AttachEntry(const std::string& handle) {
-    return Entry(
-               "DeviceAttach: Received and accepted attach for \r\nvendor ID &H547 product ID "
-               "&H2005\r\ndevice handle &H" +
-               handle) +
-           Entry("");
+// The log, the connection and transfers live in the workbench: none of them may need a window.
+TEST(WindowFreeCore, LoggingOpeningAndTransferringCreateNoWindow) {
+    Rig rig;
+    UsbConnection& usb = rig.wb->usb;
+    rig.wb->log.LogMessage("note");
+    rig.wb->log.LogError("failure");
+    usb.InitI2CPipe();  // the main window's load does this
+    usb.SharedOpenUsb();
+    ASSERT_TRUE(usb.UsbOpen);
+    EXPECT_EQ(SingleRegisterRead(usb, rig.wb->i2c, 0x61, 0x02)[1], BoardModel::kIdentifier);
+    EXPECT_EQ(GpioExchange(usb, std::vector<uint8_t>{0xFF, 0xFF}).size(), kGpioAnswerLength);
+    rig.board.unplug();
+    rig.pump.yield();  // the detach handler paints the current window's lamp, if there is one
+    usb.SharedCloseUsb();
+    EXPECT_NE(rig.log().find("DeviceDetach"), std::string::npos);
+    EXPECT_FALSE(rig.program->hasMainWindow());
+    EXPECT_FALSE(rig.program->hasGpioScreen());
 }
 
-const std::string kOpenInfoFailure = Entry(
-    "WriteGPIOPipe: WDU_GetDeviceInfo() failed:\r\nerror &HFFFFFFFC (LIBUSB_ERROR_NO_DEVICE)\r\n");
-
-class ConnectionTest : public ::testing::Test {
+class SimulatedConnection : public ::testing::Test {
 protected:
     Rig rig;
     FrmI2CGeneral& w = rig.main();
     UsbConnection& usb = rig.wb->usb;
-    void SetUp() override { rig.markLog(); }
+
+    void SetUp() override {
+        w.ChKManUsbConn.setChecked(true);
+        w.ChKManUsbConn_Click();
+        rig.clearSent();
+        rig.markLog();
+    }
+    void open() {
+        w.cmdUSBConnect_Click();
+        rig.clearSent();
+        rig.markLog();
+    }
+    void prepare(uint32_t pipe, std::vector<uint8_t> bytes) {
+        usb.TransferPipe = pipe;
+        usb.TransferLength = static_cast<uint32_t>(bytes.size());
+        usb.TransferBuffer = std::move(bytes);
+    }
 };
 
-TEST_F(ConnectionTest, OpenWithTheBoardLogsTheAttachAndLightsTheLamps) {
-    w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), kSetup + AttachEntry("2A2"));
-    EXPECT_TRUE(usb.UsbOpen);
-    EXPECT_EQ(usb.DriverContext.DeviceHandle, 0x2A2u);
-    EXPECT_EQ(usb.TransferDeviceHandle, 0x2A2u);
-    EXPECT_EQ(usb.I2CPipe, 2);
-    EXPECT_EQ(w.shpUSBCon[0].color(), qb::kLightGreen);
-    EXPECT_EQ(w.shpUSBCon[1].color(), qb::kBlack);
-    EXPECT_EQ(w.ShpHandleStatus.color(), qb::kLightGreen);
-    EXPECT_EQ(w.shpLogStatus.color(), qb::kLightGreen);
-    EXPECT_FALSE(w.cbNoc.visible());
-    EXPECT_FALSE(w.cmdexit.visible());
-    EXPECT_EQ(w.txthDriver.text(), " 1002");
-}
-
-TEST_F(ConnectionTest, OpenWaitsTenThousandYieldsForTheAttach) {
-    const long before = rig.pump.yields;
-    w.Connect_Usb();
-    EXPECT_GE(rig.pump.yields - before, UsbConnection::kAttachWaitYields);
-    EXPECT_LT(rig.pump.yields - before, UsbConnection::kAttachWaitYields + 10);
-}
-
-TEST_F(ConnectionTest, SecondConnectOnlyLogsAlreadyOpened) {
-    w.cmdUSBConnect_Click();
-    w.cmdexit.setVisible(true);
-    const int inits = rig.board.initCount();
-    rig.markLog();
-    w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), Entry("Already Opened"));
-    EXPECT_EQ(rig.board.initCount(), inits);
-    EXPECT_FALSE(w.cmdexit.visible());
-}
-
-TEST_F(ConnectionTest, DisconnectClosesResetsAndUpdatesTheControls) {
-    w.cmdUSBConnect_Click();
-    w.cbSend.setVisible(true);
-    w.cbReset.setVisible(true);
-    const int resets = rig.board.resetCount();
-    rig.markLog();
-    w.cmdUSBDisconnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), "");
-    EXPECT_FALSE(usb.UsbOpen);
-    EXPECT_FALSE(rig.board.running());
-    EXPECT_EQ(rig.board.resetCount(), resets + 1);
-    EXPECT_EQ(w.shpUSBCon[0].color(), qb::kBlack);
-    EXPECT_EQ(w.shpUSBCon[1].color(), qb::kLightGreen);
-    EXPECT_EQ(w.ShpHandleStatus.color(), qb::kBlack);
-    EXPECT_EQ(w.cbNoc.caption(), "USB Board Interface Closed");
-    EXPECT_EQ(w.txthDriver.text(), "Closed");
-    EXPECT_FALSE(w.cbSend.visible());
-    EXPECT_FALSE(w.cbReset.visible());
-    EXPECT_TRUE(w.cmdexit.visible());
-}
-
-TEST_F(ConnectionTest, DisconnectWhileClosedWritesNothingButStillUpdatesTheControls) {
-    const int uninits = rig.board.uninitCount();
-    w.cmdexit.setVisible(false);
-    w.cmdUSBDisconnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), "");
-    EXPECT_EQ(rig.board.uninitCount(), uninits);
-    EXPECT_EQ(w.cbNoc.caption(), "USB Board Interface Closed");
-    EXPECT_EQ(w.txthDriver.text(), "Closed");
-    EXPECT_EQ(w.ShpHandleStatus.color(), qb::kBlack);
-    EXPECT_TRUE(w.cmdexit.visible());
-}
-
-TEST_F(ConnectionTest, OpenWithoutABoardCountsAsOpenAndTurnsTheLogLampRed) {
-    rig.board.unplug();
-    w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), kSetup + kOpenInfoFailure);
-    EXPECT_TRUE(usb.UsbOpen);
-    EXPECT_EQ(w.shpUSBCon[0].color(), qb::kLightGreen);
-    EXPECT_EQ(w.ShpHandleStatus.color(), qb::kLightGreen);
-    EXPECT_EQ(w.shpLogStatus.color(), qb::kLightRed);
-    EXPECT_TRUE(rig.wb->log.LogErrorFlag);
-}
-
-TEST_F(ConnectionTest, LibraryThatWillNotStartLeavesTheConnectionClosed) {
+TEST_F(SimulatedConnection, LibraryThatWillNotStartLeavesTheConnectionClosed) {
     rig.board.failInit(usb_status::kNotSupported);
     w.cmdUSBConnect_Click();
     EXPECT_EQ(rig.logSinceMark(),
-              kSetup + Entry("Form_Activate(): Failed to initialize USB driver: error "
-                             "&HFFFFFFF4\r\n(LIBUSB_ERROR_NOT_SUPPORTED)"));
+              kSetUpEntry + Entry("Form_Activate(): Failed to initialize USB driver: error "
+                                  "&HFFFFFFF4\r\n(LIBUSB_ERROR_NOT_SUPPORTED)"));
     EXPECT_FALSE(usb.UsbOpen);
     EXPECT_EQ(w.cbNoc.caption(), "USB Board won't intialize");
     EXPECT_EQ(w.txthDriver.text(), " 0");
     EXPECT_EQ(w.shpLogStatus.color(), qb::kLightRed);
     EXPECT_EQ(w.shpUSBCon[1].color(), qb::kBlack);  // no lamp changes
+}
 
-    // A transfer then finds the connection closed.
-    rig.markLog();
-    usb.TransferPipe = 2;
-    usb.TransferLength = 1;
-    usb.Redim(1);
+// Nothing reaches the driver while closed; the read still yields once, the write keeps its
+// yield before the transfer, and a pending error keeps the lamp red.
+TEST_F(SimulatedConnection, ClosedConnectionSendsNothingAndLeavesTheBufferAlone) {
+    prepare(2, {1, 0x61, 2});
     usb.writePipe();
-    EXPECT_EQ(rig.logSinceMark(), Entry("Write GPIOPipe .. USB Not opened"));
-}
-
-TEST_F(ConnectionTest, UnplugWhileOpenThenPlugBackIn) {
-    w.cmdUSBConnect_Click();
-    rig.markLog();
-    rig.board.unplug();
-    rig.pump.yield();
-    EXPECT_EQ(rig.logSinceMark(), Entry("DeviceDetach: Received detach for device handle &H2A2"));
-    EXPECT_EQ(w.ShpAttach.color(), qb::kLightRed);
-    EXPECT_TRUE(usb.UsbOpen);
-    EXPECT_EQ(usb.DriverContext.DeviceHandle, 0u);
-    EXPECT_EQ(usb.TransferDeviceHandle, 0x2A2u);  // kept until the next transfer copies it
-
-    rig.markLog();
-    const auto reply = SingleRegisterRead(usb, rig.wb->i2c, 0x61, 2);
-    EXPECT_EQ(reply, (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(w.shpLogStatus.color(), qb::kLightGreen);
+    prepare(0x82, {0xEE, 0});
+    const long yields = rig.pump.yields;
+    usb.readPipe();
+    EXPECT_EQ(rig.pump.yields, yields + 1);
     EXPECT_EQ(rig.logSinceMark(),
-              Entry("WritePipe: WDU_GetDeviceInfo() failed:\r\nerror &HFFFFFFFC "
-                    "(LIBUSB_ERROR_NO_DEVICE)\r\n") +
-                  Entry("ReadPipe: WDU_GetDeviceInfo() failed:\r\nerror &HFFFFFFFC "
-                        "(LIBUSB_ERROR_NO_DEVICE)\r\n"));
+              Entry("Write GPIOPipe .. USB Not opened") + Entry("ReadPipe .. USB Not opened"));
+    EXPECT_TRUE(rig.sent().empty());
+    EXPECT_EQ(usb.TransferBuffer, (std::vector<uint8_t>{0xEE, 0}));
+    rig.wb->log.LogError("earlier failure");
+    usb.SharedWritePipe();
     EXPECT_EQ(w.shpLogStatus.color(), qb::kLightRed);
-
-    rig.markLog();
-    rig.board.plug();
-    rig.pump.yield();
-    EXPECT_EQ(rig.logSinceMark(), AttachEntry("2A3"));
-    const auto again = SingleRegisterRead(usb, rig.wb->i2c, 0x61, 2);
-    EXPECT_EQ(again, (std::vector<uint8_t>{1, BoardModel::kIdentifier}));
-    EXPECT_FALSE(rig.wb->log.LogErrorFlag);
 }
 
-TEST_F(ConnectionTest, BoardThatRefusesTheInterfaceIsNotAccepted) {
-    rig.board.refuseInterface(usb_status::kBusy);
-    w.cmdUSBConnect_Click();
+TEST_F(SimulatedConnection, TransferErrorsAreLoggedAndTheNextSuccessClearsTheFlag) {
+    open();
+    rig.board.injectTransferFault({2, usb_status::kIo, {}});
+    rig.board.injectTransferFault({{}, usb_status::kPipe, {}});
+    prepare(2, {1, 0x61, 0x02});
+    usb.writePipe();
+    usb.writePipe();
     EXPECT_EQ(rig.logSinceMark(),
-              kSetup +
-                  Entry("DeviceAttach: WDU_SetInterface failed\r\n(num.  0 alternate  0)\r\ndevice "
-                        "&H2A2: error &HFFFFFFFA\r\n(LIBUSB_ERROR_BUSY)") +
-                  Entry("") + kOpenInfoFailure);
-    EXPECT_EQ(usb.DriverContext.DeviceHandle, 0u);
-    EXPECT_EQ(usb.DriverContext.AttachStatus, usb_status::kBusy);
-    EXPECT_TRUE(usb.UsbOpen);
+              Entry("WritePipe: WDU_Transfer() failed: error &HFFFFFFFF (LIBUSB_ERROR_IO)") +
+                  Entry("WritePipe: WDU_Transfer() failed: error &HFFFFFFF7 (LIBUSB_ERROR_PIPE)"));
+    EXPECT_TRUE(rig.sent().empty());
+    usb.writePipe();
+    EXPECT_FALSE(rig.wb->log.LogErrorFlag);
+    EXPECT_EQ(w.shpLogStatus.color(), qb::kLightRed);  // only the next line repaints it
+    rig.wb->log.LogMessage("next");
+    EXPECT_EQ(w.shpLogStatus.color(), qb::kLightGreen);
 }
 
-TEST_F(ConnectionTest, AttachHandlerResultTellsAcceptance) {
-    UsbDeviceInfo info;
-    DriverContextRecord context;
-    rig.board.refuseInterface(usb_status::kAccess);
-    EXPECT_FALSE(usb.DeviceAttach(0x77, info, context));
-    EXPECT_EQ(context.DeviceHandle, 0u);
+TEST_F(SimulatedConnection, ShortAndEmptyRepliesLeaveTheRestZero) {
+    open();
+    prepare(1, {0xFF, 0xFF, 0x0F, 0x00});
+    usb.SharedWritePipe();
+    rig.board.injectTransferFault({0x81, usb_status::kSuccess, 2});
+    EXPECT_EQ(GpioExchange(usb, std::vector<uint8_t>{0xFF, 0xFF, 0x0F, 0x00})[2], 0x00);
+    EXPECT_EQ(usb.BytesTransferred, 2u);
+    rig.board.injectTransferFault({0x82, usb_status::kSuccess, 0});
+    EXPECT_EQ(SingleRegisterRead(usb, rig.wb->i2c, 0x61, 2).bytes(), (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(rig.logSinceMark(), "");
 }
 
-TEST_F(ConnectionTest, SharedTwinsChangeTheStateButNoControl) {
-    const int lamp0 = w.shpUSBCon[0].color();
+TEST_F(SimulatedConnection, InterfaceWithoutEndpointsTransfersNothing) {
+    open();
+    rig.board.setNoEndpoints(true);
+    const int transfers = rig.board.transferCount();
+    prepare(2, {1, 0x61, 0x02});
+    usb.writePipe();
+    EXPECT_EQ(rig.logSinceMark(), Entry("  No pipes are defined for this device \r\nother than "
+                                        "the default pipe (number 0)"));
+    EXPECT_EQ(rig.board.transferCount(), transfers);
+}
+
+// A click that runs in the yield before a write may replace the buffer: the write sends what
+// is there after its yield. A read does not yield before its transfer.
+TEST_F(SimulatedConnection, WriteYieldsBeforeItsTransferAndReadDoesNot) {
+    open();
+    prepare(2, {1, 0x61, 0x02});
+    rig.pump.atYield(1, [&] { prepare(2, {1, 0x61, 0x10}); });
+    usb.writePipe();
+    ASSERT_EQ(rig.sent().size(), 1u);
+    EXPECT_EQ(rig.sent()[0].bytes, (std::vector<uint8_t>{1, 0x61, 0x10}));
+    prepare(0x82, {0, 0});
+    const long yields = rig.pump.yields;
+    usb.readPipe();
+    EXPECT_EQ(rig.pump.yields, yields);
+}
+
+TEST_F(SimulatedConnection, SharedTwinsAndDetachWithoutCurrentWindowPaintNothing) {
+    w.ChKManUsbConn.setChecked(false);
+    w.ChKManUsbConn_Click();
     const int lamp1 = w.shpUSBCon[1].color();
     const std::string handleText = w.txthDriver.text();
     usb.I2CPipe = 0;
     usb.SharedOpenUsb();
     EXPECT_TRUE(usb.UsbOpen);
     EXPECT_EQ(usb.I2CPipe, 0);
-    EXPECT_EQ(w.shpUSBCon[0].color(), lamp0);
     EXPECT_EQ(w.txthDriver.text(), handleText);
-    usb.SharedCloseUsb();
-    EXPECT_FALSE(usb.UsbOpen);
-    EXPECT_EQ(w.shpUSBCon[1].color(), lamp1);
-    EXPECT_EQ(rig.logSinceMark(), kSetup + AttachEntry("2A2"));
-}
-
-TEST_F(ConnectionTest, ManualCheckBoxSetsTheFlag) {
-    w.ChKManUsbConn.setChecked(true);
-    w.ChKManUsbConn_Click();
-    EXPECT_TRUE(usb.ManualUsbConnect);
-    w.ChKManUsbConn.setChecked(false);
-    w.ChKManUsbConn_Click();
-    EXPECT_FALSE(usb.ManualUsbConnect);
-}
-
-TEST_F(ConnectionTest, DetachWithNoCurrentWindowPaintsNothing) {
-    w.cmdUSBConnect_Click();
     usb.CurrentForm = nullptr;
     w.ShpAttach.setColor(qb::kBlack);
     rig.board.unplug();
     rig.pump.yield();
     EXPECT_EQ(w.ShpAttach.color(), qb::kBlack);
     EXPECT_EQ(usb.DriverContext.DeviceHandle, 0u);
-}
-
-TEST_F(ConnectionTest, OtherProductIsNotMatched) {
-    rig.board.setIdentity(BoardVendorId, 0x2006);
-    w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), kSetup + kOpenInfoFailure);
-    usb.MatchTable.productId = 0x2006;
-    w.cmdUSBDisconnect_Click();
-    rig.markLog();
-    w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), kSetup +
-                                      Entry("DeviceAttach: Received and accepted attach for "
-                                            "\r\nvendor ID &H547 product ID &H2006\r\ndevice "
-                                            "handle &H2A2") +
-                                      Entry(""));
+    usb.SharedCloseUsb();
+    EXPECT_FALSE(usb.UsbOpen);
+    EXPECT_EQ(w.shpUSBCon[1].color(), lamp1);
 }
 
 }  // namespace
-}  // namespace i2cbridge
+}  // namespace i2cbridge::testing

@@ -1,0 +1,329 @@
+#pragma once
+
+// What the program sees of a board through any driver: the open and close with their log
+// lines and lamps, attach and detach, refusals, and transfers. The same cases run on the
+// simulated board (tests/usb) and on the real driver against the emulated board (tests/e2e),
+// so the two cannot drift apart. Include this in exactly one file of a test program and
+// instantiate it with INSTANTIATE_TYPED_TEST_SUITE_P(Name, ConnectionContract, RigType).
+//
+// A rig provides: a constructor from BoardSetup, kFirstHandle, wb, pump, main(), log(),
+// markLog(), logSinceMark(), sent(), clearSent(), withModel(f), board.unplug(), board.plug(),
+// yieldUntilLogged(text), resets() and running().
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/hex_text.h"
+#include "support/fakes.h"
+#include "workbench/exchange.h"
+
+namespace i2cbridge::testing {
+
+inline const std::string kSetUpEntry =
+    Entry("Setting eventable up,  verifing that the device is attached...\r\n");
+
+inline std::string AttachEntry(UsbDeviceHandle handle, const std::string& product = "2005") {
+    return Entry(
+               "DeviceAttach: Received and accepted attach for \r\nvendor ID &H547 product ID "
+               "&H" +
+               product + "\r\ndevice handle &H" + HexText(handle)) +
+           Entry("");
+}
+
+inline std::string LookupFailure(const std::string& where) {
+    return Entry(where +
+                 ": WDU_GetDeviceInfo() failed:\r\nerror &HFFFFFFFC (LIBUSB_ERROR_NO_DEVICE)\r\n");
+}
+
+template <class R>
+class ConnectionContract : public ::testing::Test {
+protected:
+    // The program after its start-up: the load's probe and GPIO write each opened and closed
+    // once, taking the driver's first two handles.
+    void start(BoardSetup setup = {}) {
+        rig = std::make_unique<R>(setup);
+        w = &rig->main();
+        rig->clearSent();
+        rig->markLog();
+    }
+    static UsbDeviceHandle handle(int n) { return R::kFirstHandle + n; }
+    UsbConnection& usb() { return rig->wb->usb; }
+    const ColorSet& colors() { return rig->wb->colors; }
+    std::vector<uint8_t> read(uint8_t address, uint8_t reg) {
+        return SingleRegisterRead(usb(), rig->wb->i2c, address, reg).bytes();
+    }
+    void transfer(uint32_t pipe, bool isRead, std::vector<uint8_t> buffer) {
+        usb().TransferPipe = pipe;
+        usb().TransferLength = static_cast<uint32_t>(buffer.size());
+        usb().TransferBuffer = std::move(buffer);
+        isRead ? usb().readPipe() : usb().writePipe();
+    }
+    void connect() {
+        w->cmdUSBConnect_Click();
+        rig->markLog();
+    }
+    // Pulls the cable while open and waits until the program has been told.
+    void unplugWhileOpen() {
+        rig->board.unplug();
+        ASSERT_TRUE(rig->yieldUntilLogged("DeviceDetach"));
+    }
+
+    std::unique_ptr<R> rig;
+    FrmI2CGeneral* w = nullptr;
+};
+
+TYPED_TEST_SUITE_P(ConnectionContract);
+
+TYPED_TEST_P(ConnectionContract, ConnectAgainAndDisconnectWithTheBoard) {
+    this->start();
+    auto& w = *this->w;
+    auto& rig = *this->rig;
+    w.cmdexit.setVisible(true);
+    w.cmdUSBConnect_Click();
+    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + AttachEntry(this->handle(2)));
+    EXPECT_TRUE(this->usb().UsbOpen);
+    EXPECT_EQ(this->usb().DriverContext.DeviceHandle, this->handle(2));
+    EXPECT_EQ(this->usb().I2CPipe, 2);
+    EXPECT_EQ(this->usb().DeviceInfo.activeEndpointCount(), 5);
+    const int lit = this->colors().lightGreen();
+    EXPECT_EQ(w.shpUSBCon[0].color(), lit);
+    EXPECT_EQ(w.shpUSBCon[1].color(), qb::kBlack);
+    EXPECT_EQ(w.ShpHandleStatus.color(), lit);
+    EXPECT_EQ(w.shpLogStatus.color(), lit);
+    EXPECT_FALSE(w.cbNoc.visible());
+    EXPECT_FALSE(w.cmdexit.visible());
+    EXPECT_GT(this->usb().DriverHandle, 0);
+    EXPECT_EQ(w.txthDriver.text(), DecText(this->usb().DriverHandle));
+
+    // A second connect only says so.
+    rig.markLog();
+    w.cmdUSBConnect_Click();
+    EXPECT_EQ(rig.logSinceMark(), Entry("Already Opened"));
+
+    w.cbSend.setVisible(true);
+    w.cbReset.setVisible(true);
+    const int resets = rig.resets();
+    rig.markLog();
+    w.cmdUSBDisconnect_Click();
+    EXPECT_EQ(rig.logSinceMark(), "");
+    EXPECT_FALSE(this->usb().UsbOpen);
+    EXPECT_FALSE(rig.running());
+    EXPECT_EQ(rig.resets(), resets + 1);
+    EXPECT_EQ(w.shpUSBCon[0].color(), qb::kBlack);
+    EXPECT_EQ(w.shpUSBCon[1].color(), lit);
+    EXPECT_EQ(w.ShpHandleStatus.color(), qb::kBlack);
+    EXPECT_FALSE(w.cbSend.visible());
+    EXPECT_FALSE(w.cbReset.visible());
+    if constexpr (requires { rig.driver.openDeviceCount(); }) {
+        EXPECT_FALSE(rig.board.interfaceClaimed()) << "the close lets the interface go";
+        EXPECT_EQ(rig.driver.openDeviceCount(), 0u);
+        EXPECT_EQ(rig.board.requests("unknown"), 0) << "only requests a kernel would know";
+    }
+
+    // Disconnecting again writes nothing but still paints the closed state.
+    w.cmdexit.setVisible(false);
+    w.txthDriver.setText("x");
+    w.cmdUSBDisconnect_Click();
+    EXPECT_EQ(rig.logSinceMark(), "");
+    EXPECT_EQ(rig.resets(), resets + 1);
+    EXPECT_EQ(w.cbNoc.caption(), "USB Board Interface Closed");
+    EXPECT_EQ(w.txthDriver.text(), "Closed");
+    EXPECT_TRUE(w.cmdexit.visible());
+}
+
+TYPED_TEST_P(ConnectionContract, UnplugWhileOpenFailsTransfersUntilThePlugComesBack) {
+    this->start();
+    auto& rig = *this->rig;
+    this->connect();
+    this->unplugWhileOpen();
+    EXPECT_EQ(rig.logSinceMark(), Entry("DeviceDetach: Received detach for device handle &H" +
+                                        HexText(this->handle(2))));
+    EXPECT_EQ(this->w->ShpAttach.color(), this->colors().lightRed());
+    EXPECT_TRUE(this->usb().UsbOpen);
+    EXPECT_EQ(this->usb().DriverContext.DeviceHandle, 0u);
+
+    // Transfers fail at their device lookup, send nothing and leave the caller's bytes.
+    rig.markLog();
+    this->transfer(2, false, {1, 0x61, 0x02});
+    this->transfer(0x82, true, {0x44, 0x45});
+    EXPECT_EQ(this->usb().TransferBuffer, (std::vector<uint8_t>{0x44, 0x45}));
+    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(rig.logSinceMark(), LookupFailure("WritePipe") + LookupFailure("ReadPipe") +
+                                      LookupFailure("WritePipe") + LookupFailure("ReadPipe"));
+    EXPECT_TRUE(rig.sent().empty());
+    EXPECT_EQ(this->w->shpLogStatus.color(), this->colors().lightRed());
+
+    // Plugged back in: announced without a new open, and the next exchange works.
+    rig.markLog();
+    rig.board.plug();
+    ASSERT_TRUE(rig.yieldUntilLogged("DeviceAttach"));
+    EXPECT_EQ(rig.logSinceMark(), AttachEntry(this->handle(3)));
+    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{1, BoardModel::kIdentifier}));
+    EXPECT_FALSE(rig.wb->log.LogErrorFlag);
+}
+
+TYPED_TEST_P(ConnectionContract, OpenWithoutTheBoardCountsAsOpenAndTurnsTheLogLampRed) {
+    this->start();
+    auto& rig = *this->rig;
+    auto& w = *this->w;
+    this->connect();
+    this->unplugWhileOpen();
+    w.cmdUSBDisconnect_Click();
+    rig.markLog();
+    w.cmdUSBConnect_Click();
+    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + LookupFailure("WriteGPIOPipe"));
+    EXPECT_TRUE(this->usb().UsbOpen);
+    EXPECT_EQ(w.shpUSBCon[0].color(), this->colors().lightGreen());
+    EXPECT_EQ(w.ShpHandleStatus.color(), this->colors().lightGreen());
+    EXPECT_EQ(w.shpLogStatus.color(), this->colors().lightRed());
+    EXPECT_TRUE(rig.wb->log.LogErrorFlag);
+    w.cmdUSBDisconnect_Click();
+
+    // Back while closed: the next open finds it.
+    rig.board.plug();
+    rig.markLog();
+    w.cmdUSBConnect_Click();
+    ASSERT_TRUE(rig.yieldUntilLogged("DeviceAttach: Received and accepted"));
+    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{1, BoardModel::kIdentifier}));
+}
+
+TYPED_TEST_P(ConnectionContract, BoardThatRefusesItsInterfaceIsNotAccepted) {
+    this->start({.refuseInterface = true});
+    auto& rig = *this->rig;
+    this->w->cmdUSBConnect_Click();
+    EXPECT_EQ(rig.logSinceMark(),
+              kSetUpEntry +
+                  Entry("DeviceAttach: WDU_SetInterface failed\r\n(num.  0 alternate  0)\r\n"
+                        "device &H" +
+                        HexText(this->handle(2)) + ": error &HFFFFFFFA\r\n(LIBUSB_ERROR_BUSY)") +
+                  Entry("") + LookupFailure("WriteGPIOPipe"));
+    EXPECT_EQ(this->usb().DriverContext.AttachStatus, usb_status::kBusy);
+    EXPECT_EQ(this->usb().DriverContext.DeviceHandle, 0u);
+    EXPECT_TRUE(this->usb().UsbOpen);
+    EXPECT_EQ(this->w->shpLogStatus.color(), this->colors().lightRed());
+    if constexpr (requires { rig.driver.openDeviceCount(); }) {
+        EXPECT_EQ(rig.driver.openDeviceCount(), 0u) << "a refused board is let go";
+        EXPECT_FALSE(rig.board.interfaceClaimed());
+    }
+    this->w->cmdUSBDisconnect_Click();
+}
+
+TYPED_TEST_P(ConnectionContract, BoardWithAnotherProductIsIgnoredUnlessAskedFor) {
+    this->start({.productId = 0x2006});
+    auto& rig = *this->rig;
+    this->w->cmdUSBConnect_Click();
+    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + LookupFailure("WriteGPIOPipe"));
+    this->w->cmdUSBDisconnect_Click();
+
+    // The same board matched by its own product identifier, as --pid 0x2006 does.
+    this->usb().MatchTable.productId = 0x2006;
+    rig.markLog();
+    this->w->cmdUSBConnect_Click();
+    const UsbDeviceHandle h = this->usb().DriverContext.DeviceHandle;
+    EXPECT_NE(h, 0u);
+    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + AttachEntry(h, "2006"));
+    this->w->cmdUSBDisconnect_Click();
+}
+
+TYPED_TEST_P(ConnectionContract, RegisterExchangesCarryTheExactBytes) {
+    this->start();
+    auto& rig = *this->rig;
+    this->connect();
+    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{1, BoardModel::kIdentifier}));
+    EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x02, {1, 0x61, 0x02}}}));
+    rig.clearSent();
+    const Reply written = SingleRegisterWrite(this->usb(), rig.wb->i2c, 0x60, 0x10, 0xC3);
+    EXPECT_EQ(written.bytes(), (std::vector<uint8_t>{3, 0}));
+    EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x02, {1, 0x60, 0x10, 0xC3}}}));
+    EXPECT_EQ(this->read(0x61, 0x10), (std::vector<uint8_t>{1, 0xC3}));
+    // Nobody answers at 0x70: the board replies with a count of 0 and nothing else.
+    EXPECT_EQ(this->read(0x71, 0x00), (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(this->usb().BytesTransferred, 1u);
+    EXPECT_EQ(rig.logSinceMark(), "");
+    EXPECT_EQ(this->usb().LastStatus, 0);
+}
+
+TYPED_TEST_P(ConnectionContract, GpioFrameReachesThePinsAndTheAnswerComesBack) {
+    this->start();
+    auto& rig = *this->rig;
+    rig.withModel([](BoardModel& m) { return m.gpio().pbInputs = 0x3C; });
+    rig.wb->GpioState = {0x0F, 0x30, 0xA5, 0x5A};
+    FrmGPIO& gpio = rig.program->gpioScreen();
+    gpio.cmdGPIO_Write_Click();
+    EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x01, {0xA5, 0x5A, 0x0F, 0x30}}}));
+    // Driven pins read back what they drive, the others their inputs.
+    EXPECT_EQ(gpio.txtPCHexData[1].text(), "35");
+    EXPECT_EQ(gpio.txtPCHex[1].text(), "0F");
+    EXPECT_EQ(gpio.txtPCHex[3].text(), "30");
+    EXPECT_EQ(gpio.shpGpioWr[2].color(), this->colors().lightGreen());
+    EXPECT_FALSE(this->usb().UsbOpen) << "the GPIO screen closes what it opened";
+}
+
+TYPED_TEST_P(ConnectionContract, EmptyWritesOverflowsAndBadPipes) {
+    this->start();
+    auto& rig = *this->rig;
+    this->connect();
+    // No buffer, length 0: an empty frame reaches the board.
+    this->transfer(4, false, {});
+    EXPECT_EQ(this->usb().LastStatus, 0);
+    EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x04, {}}}));
+
+    // The 25-byte GPIO answer read into 2 bytes overflows.
+    this->transfer(1, false, {0xFF, 0xFF});
+    this->transfer(0x81, true, {0, 0});
+    EXPECT_EQ(this->usb().LastStatus, usb_status::kOverflow);
+    EXPECT_EQ(rig.logSinceMark(),
+              Entry("ReadPipe: WDU_Transfer() failed: error &HFFFFFFF8 (LIBUSB_ERROR_OVERFLOW)"));
+
+    // Pipes that are no endpoint for the direction are refused before reaching the bus.
+    rig.clearSent();
+    const std::pair<uint32_t, bool> bad[] = {{0, false},    {0x80, true}, {0x102, false},
+                                             {0x82, false}, {2, true},    {0xC2, true}};
+    for (const auto& [pipe, isRead] : bad) {
+        rig.markLog();
+        this->transfer(pipe, isRead, {1, 0x61});
+        EXPECT_EQ(this->usb().LastStatus, usb_status::kInvalidParam) << pipe;
+        EXPECT_EQ(rig.logSinceMark(),
+                  Entry(std::string(isRead ? "ReadPipe" : "WritePipe") +
+                        ": WDU_Transfer() failed: error &HFFFFFFFE (LIBUSB_ERROR_INVALID_PARAM)"))
+            << pipe;
+    }
+    EXPECT_TRUE(rig.sent().empty());
+}
+
+TYPED_TEST_P(ConnectionContract, ReadWithNothingToAnswerTimesOutAndKeepsTheCallersBytes) {
+    this->start();
+    auto& rig = *this->rig;
+    this->connect();
+    const auto start = std::chrono::steady_clock::now();
+    this->transfer(0x82, true, {0x33, 0x00});
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(rig.logSinceMark(),
+              Entry("ReadPipe: WDU_Transfer() failed: error &HFFFFFFF9 (LIBUSB_ERROR_TIMEOUT)"));
+    EXPECT_EQ(this->usb().LastStatus, usb_status::kTimeout);
+    EXPECT_EQ(this->usb().TransferBuffer, (std::vector<uint8_t>{0x33, 0x00}));
+    EXPECT_EQ(this->w->shpLogStatus.color(), this->colors().lightRed());
+    if constexpr (requires { rig.driver.openDeviceCount(); }) {
+        EXPECT_GE(waited, std::chrono::milliseconds(kTransferTimeoutMs));
+        EXPECT_EQ(rig.board.requests("DISCARDURB"), 1) << "libusb gave the read up";
+    }
+    // The abandoned read leaves nothing behind: the next exchange gets its own answer.
+    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{1, BoardModel::kIdentifier}));
+    EXPECT_FALSE(rig.wb->log.LogErrorFlag);
+}
+
+REGISTER_TYPED_TEST_SUITE_P(ConnectionContract, ConnectAgainAndDisconnectWithTheBoard,
+                            UnplugWhileOpenFailsTransfersUntilThePlugComesBack,
+                            OpenWithoutTheBoardCountsAsOpenAndTurnsTheLogLampRed,
+                            BoardThatRefusesItsInterfaceIsNotAccepted,
+                            BoardWithAnotherProductIsIgnoredUnlessAskedFor,
+                            RegisterExchangesCarryTheExactBytes,
+                            GpioFrameReachesThePinsAndTheAnswerComesBack,
+                            EmptyWritesOverflowsAndBadPipes,
+                            ReadWithNothingToAnswerTimesOutAndKeepsTheCallersBytes);
+
+}  // namespace i2cbridge::testing
