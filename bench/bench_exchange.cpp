@@ -4,7 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include "support/fakes.h"
-#include "workbench/i2c_frames.h"
+#include "workbench/exchange.h"
 
 namespace i2cbridge {
 namespace {
@@ -49,10 +49,9 @@ void BM_LogAppend(benchmark::State& state) {
     for (auto _ : state) {
         testing::FakePump clock;
         ColorSet colors;
-        LogPanel panel;
-        ProgramLog log{clock, colors, [&]() -> LogPanel& { return panel; }};
+        ProgramLog log{clock, colors};
         for (int64_t i = 0; i < n; ++i) log.LogMessage("ReadPipe .. USB Not opened");
-        benchmark::DoNotOptimize(panel.Txtlog.text().size());
+        benchmark::DoNotOptimize(log.Txtlog.text().size());
     }
     state.SetComplexityN(n);
     state.SetItemsProcessed(state.iterations() * n);

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "libusb_rig.h"
-#include "workbench/i2c_frames.h"
+#include "workbench/exchange.h"
 
 namespace i2cbridge::testing {
 namespace {
@@ -38,7 +38,7 @@ void Exchange(benchmark::State& state, Workbench& wb) {
     OpenByHand(wb);
     for (auto _ : state) {
         auto reply = SingleRegisterRead(wb.usb, wb.i2c, 0x61, BoardModel::kIdentifierRegister);
-        if (reply != kIdentifierReply) {
+        if (reply.bytes() != kIdentifierReply) {
             state.SkipWithError("wrong reply");
             break;
         }
@@ -100,7 +100,7 @@ BENCHMARK(BM_OpenAndClose_Simulated)->Unit(benchmark::kMicrosecond)->UseRealTime
 
 void BM_OpenAndClose_Libusb(benchmark::State& state) {
     if (!Emulated(state)) return;
-    LibusbRig rig({}, LibusbDriverOptions{state.range(0) != 0});
+    LibusbRig rig(EmulatedBoardConfig{}, LibusbDriverOptions{state.range(0) != 0});
     OpenAndClose(state, *rig.wb);
 }
 BENCHMARK(BM_OpenAndClose_Libusb)

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <thread>
 
+#include "app/program.h"
 #include "foundation/ports.h"
 #include "registers/frm_i2c_general.h"
 #include "usb/simulated_board.h"
@@ -49,7 +50,8 @@ struct Bench {
     BenchPump pump{board};
     NoDialogs dialogs;
     Workbench wb{board, pump, dialogs};
-    FrmI2CGeneral& win = wb.mainWindow();
+    Program program{wb};
+    FrmI2CGeneral& win = program.mainWindow();
 
     Bench() {
         win.ChKManUsbConn.setChecked(true);

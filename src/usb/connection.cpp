@@ -153,15 +153,15 @@ void UsbConnection::pipeTransfer(bool read) {
 
     if (TransferBuffer.size() < TransferLength) TransferBuffer.resize(TransferLength, 0);
     uint8_t* buffer = TransferLength > 0 ? TransferBuffer.data() : nullptr;
-    const auto submitted = onTransfer ? std::chrono::steady_clock::now()
-                                      : std::chrono::steady_clock::time_point{};
+    const auto submitted =
+        onTransfer ? std::chrono::steady_clock::now() : std::chrono::steady_clock::time_point{};
     status = driver_.transfer(TransferDeviceHandle, TransferPipe, read, 0, buffer, TransferLength,
                               BytesTransferred, kTransferTimeoutMs);
     LastStatus = status;
     if (onTransfer) {
         const uint32_t shown = read ? std::min(BytesTransferred, TransferLength) : TransferLength;
-        onTransfer({submitted, std::chrono::steady_clock::now(), TransferPipe, read,
-                    TransferLength, status,
+        onTransfer({submitted, std::chrono::steady_clock::now(), TransferPipe, read, TransferLength,
+                    status,
                     std::vector<uint8_t>(TransferBuffer.begin(), TransferBuffer.begin() + shown)});
     }
     if (status != 0) {

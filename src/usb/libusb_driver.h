@@ -45,7 +45,6 @@ bool MatchesEntry(const libusb_device_descriptor& device, const libusb_config_de
 // addresses: bit 7 is the direction, the control pipe (endpoint 0) is not for transfers, and the
 // direction of the pipe must be the direction of the transfer. LIBUSB_ERROR_INVALID_PARAM
 // otherwise.
-int32_t PipeEndpoint(uint32_t pipe, bool read, uint8_t& endpoint);
 
 // The device-information record from the device descriptor and a configuration descriptor
 // (null when the device has none): the descriptor bytes as they travel on the bus, every

@@ -40,18 +40,13 @@ TEST(Cli, ExitStatusTellsWhatHappened) {
         int status;
     };
     const Case cases[] = {
-        {"write 60 10 AA --simulate", 0},
-        {"write A0 0010 AA 55 --simulate", 0},
-        {"read 60 10 3 --simulate", 0},
-        {"read 62 00 --simulate", 1},        // nobody answers at 62
-        {"write 62 00 11 --simulate", 1},
-        {"read 60 --simulate", 2},           // no register
-        {"read 6G 02 --simulate", 2},        // not hexadecimal
-        {"read 60 02 0 --simulate", 2},      // count out of range
-        {"read 60 02 256 --simulate", 2},
-        {"frobnicate --simulate", 2},
-        {"read 60 02 --simulate --bogus", 2},
-        {"", 2},
+        {"write 60 10 AA --simulate", 0},     {"write A0 0010 AA 55 --simulate", 0},
+        {"read 60 10 3 --simulate", 0},       {"read 62 00 --simulate", 1},  // nobody answers at 62
+        {"write 62 00 11 --simulate", 1},     {"read 60 --simulate", 2},     // no register
+        {"read 6G 02 --simulate", 2},                                        // not hexadecimal
+        {"read 60 02 0 --simulate", 2},                                      // count out of range
+        {"read 60 02 256 --simulate", 2},     {"frobnicate --simulate", 2},
+        {"read 60 02 --simulate --bogus", 2}, {"", 2},
     };
     for (const Case& c : cases) EXPECT_EQ(Cli(c.args).status, c.status) << c.args;
 }

@@ -34,9 +34,8 @@ TEST_P(Examples, RunGreen) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Examples,
-                         ::testing::Values("register_test.txt", "memory_test.txt",
-                                           "gpio_walk.txt", "delay_endmain.txt",
-                                           "interrupt_service.txt"));
+                         ::testing::Values("register_test.txt", "memory_test.txt", "gpio_walk.txt",
+                                           "delay_endmain.txt", "interrupt_service.txt"));
 
 TEST(InterruptExample, RoutineRunsAndEachPassIsLoggedWithItsMeasuredData) {
     Rig rig;

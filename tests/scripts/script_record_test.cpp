@@ -69,12 +69,9 @@ TEST(RecordText, StampReplacesAnEarlierOneOnLineOne) {
 
 TEST(RecordText, DataLogGoesBeforeTheExtension) {
     const std::pair<const char*, const char*> cases[] = {
-        {"/tests/a1.txt", "/tests/a1_DL.txt"},
-        {"/tests/a1.script", "/tests/a1_DL.script"},
-        {"/tests/a1", "/tests/a1_DL"},
-        {"/tests.d/a1", "/tests.d/a1_DL"},
-        {"/tests/.hidden", "/tests/.hidden_DL"},
-        {"C:\\tests\\a1.txt", "C:\\tests\\a1_DL.txt"},
+        {"/tests/a1.txt", "/tests/a1_DL.txt"},   {"/tests/a1.script", "/tests/a1_DL.script"},
+        {"/tests/a1", "/tests/a1_DL"},           {"/tests.d/a1", "/tests.d/a1_DL"},
+        {"/tests/.hidden", "/tests/.hidden_DL"}, {"C:\\tests\\a1.txt", "C:\\tests\\a1_DL.txt"},
     };
     for (const auto& [script, log] : cases) EXPECT_EQ(DataLogPath(script), log) << script;
 }
@@ -180,15 +177,17 @@ TEST_F(Record, IdleValueIsComparedAsTextSoLowerCaseDetectsAtEverySample) {
 TEST_F(Record, ARoutineThatReenablesSamplingRunsOnceAndTheRunEnds) {
     // The routine enables sampling again without releasing the line.
     FrmScriptOps& w = open(
-        "`GFFFF\r\n`A40\r\n00,01\r\n`IE\r\n`ENDM\r\n`EISTART\r\n`IE\r\n`A60\r\n02,,5A\r\n`EIEND\r\n");
+        "`GFFFF\r\n`A40\r\n00,01\r\n`IE\r\n`ENDM\r\n`EISTART\r\n`IE\r\n`A60\r\n02,,5A\r\n`"
+        "EIEND\r\n");
     w.cmdExecAll_Click();
     EXPECT_EQ(w.txtRunning.text(), "Done");
     EXPECT_EQ(w.txtRdPass.text(), "2");  // the GPIO row and one pass of the routine's read
 }
 
 TEST_F(Record, AbortInsideTheRoutineEndsTheRun) {
-    FrmScriptOps& w = open("`GFFFF\r\n`A40\r\n00,01\r\n`IE\r\n`A60\r\n02,,5A\r\n`ENDM\r\n"
-                           "`EISTART\r\n`w\r\n02,,5A\r\n`EIEND\r\n");
+    FrmScriptOps& w = open(
+        "`GFFFF\r\n`A40\r\n00,01\r\n`IE\r\n`A60\r\n02,,5A\r\n`ENDM\r\n"
+        "`EISTART\r\n`w\r\n02,,5A\r\n`EIEND\r\n");
     rig.dialogs.answers = {Dialogs::Answer::Cancel};
     w.cmdExecAll_Click();
     EXPECT_EQ(cell(w, 10, kColActRd), "--");  // the routine stopped at the pause

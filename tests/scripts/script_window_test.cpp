@@ -78,11 +78,11 @@ TEST_F(Loading, GridShowsEveryLineWithCaptionsCountsAndWidths) {
     rig.dialogs.openChoices.push_back(path);
     w->Form_Load();
 
-    EXPECT_EQ(captions, (std::vector<std::string>{
-                            "No Script File Selected",
-                            "[ demo.txt ]    Loading Script File .. Please Wait",
-                            "Processing " + path, "Processing demo.txt",
-                            "[ demo.txt ]    Script IC Send / Receive"}));
+    EXPECT_EQ(captions,
+              (std::vector<std::string>{"No Script File Selected",
+                                        "[ demo.txt ]    Loading Script File .. Please Wait",
+                                        "Processing " + path, "Processing demo.txt",
+                                        "[ demo.txt ]    Script IC Send / Receive"}));
     ASSERT_EQ(w->vbalGrid1.rowCount(), 4);
     EXPECT_EQ(cell(*w, 2, kColLine), "002");
     EXPECT_EQ(cell(*w, 2, kColI2CAdr), "60");
@@ -119,8 +119,7 @@ TEST_F(Loading, AFileOfMoreThan1000LinesStopsAtLine1000AndSaysSo) {
     FrmScriptOps& w = open(text);
     EXPECT_EQ(w.vbalGrid1.rowCount(), 1000);
     EXPECT_EQ(cell(w, 1000, kColLine), "1000");
-    EXPECT_NE(rig.log().find("has 1001 lines; only the first 1000 were loaded"),
-              std::string::npos);
+    EXPECT_NE(rig.log().find("has 1001 lines; only the first 1000 were loaded"), std::string::npos);
 }
 
 TEST_F(Loading, TheAddressBoxReloadsOrRefuses) {
@@ -144,10 +143,10 @@ TEST_F(Loading, TheAddressBoxReloadsOrRefuses) {
         w.txtI2CAdr_KeyPress(enter);
         EXPECT_EQ(w.txtI2CAdr.text(), c.box) << c.typed;
         EXPECT_EQ(cell(w, 1, kColI2CAdr), c.rowAddress) << c.typed;
-        EXPECT_EQ(rig.logSinceMark().find(
-                      "Address value too large script default I2C address Invalid") !=
-                      std::string::npos,
-                  c.refused)
+        EXPECT_EQ(
+            rig.logSinceMark().find("Address value too large script default I2C address Invalid") !=
+                std::string::npos,
+            c.refused)
             << c.typed;
         rig.main().txtI2CAdr.setText("60");
         rig.wb->i2c.setAddress(0x60);
@@ -174,18 +173,17 @@ TEST_F(Running, RunAllComparesCountsAndColours) {
     EXPECT_FALSE(rig.wb->usb.UsbOpen);
     EXPECT_FALSE(rig.wb->usb.ManualUsbConnect);
     // The write goes before its read-back; a register alone sends nothing.
-    EXPECT_EQ(requests(), (std::vector<Bytes>{{1, 0x61, 0x02},
-                                              {1, 0x61, 0x03},
-                                              {2, 0x60, 0x10, 0x55},
-                                              {1, 0x61, 0x10}}));
+    EXPECT_EQ(requests(),
+              (std::vector<Bytes>{
+                  {1, 0x61, 0x02}, {1, 0x61, 0x03}, {2, 0x60, 0x10, 0x55}, {1, 0x61, 0x10}}));
 }
 
 TEST_F(Running, FramesOfMultiByteRowsAndRowsWithoutRegister) {
     FrmScriptOps& w = open("`AA0\r\n0010,AA55\r\n0010,,AA55\r\n`A60\r\n,AB\r\n");
     w.cmdExecAll_Click();
-    EXPECT_EQ(requests(), (std::vector<Bytes>{{4, 0xA0, 0x00, 0x10, 0xAA, 0x55},
-                                              {2, 0xA1, 0x00, 0x10},
-                                              {1, 0x60, 0xAB}}));
+    EXPECT_EQ(requests(),
+              (std::vector<Bytes>{
+                  {4, 0xA0, 0x00, 0x10, 0xAA, 0x55}, {2, 0xA1, 0x00, 0x10}, {1, 0x60, 0xAB}}));
     EXPECT_EQ(w.txtRdPass.text(), "1");
     EXPECT_FALSE(back(w, 2, kColDataWr).has_value());  // count 5 acknowledged
 }

@@ -13,13 +13,6 @@
 namespace i2cbridge::testing {
 namespace {
 
-TEST(Reply, IsAlwaysAsLongAsAskedForAndReadsZeroWhereTheBufferEnded) {
-    const Reply shorter({1, 0x5A}, 4);
-    EXPECT_EQ(shorter.bytes(), (std::vector<uint8_t>{1, 0x5A, 0, 0}));
-    EXPECT_EQ(shorter[7], 0);
-    EXPECT_EQ(Reply({1, 2, 3}, 2).bytes(), (std::vector<uint8_t>{1, 2}));
-}
-
 // With the connection closed by hand, a read logs and yields. The raw two-byte panel's Write
 // can run inside that yield and leave a two-byte buffer behind; the GPIO read-back reads bytes
 // 2 and 3 of its answer all the same.
@@ -58,20 +51,6 @@ TEST(WindowLifetime, ModelClosedInsideItsOwnHandlersYieldIsFreedWhenTheHandlerRe
     EXPECT_TRUE(aliveDuringHandler);
     EXPECT_TRUE(closed.expired());
     EXPECT_FALSE(rig.program->hasGpioScreen());
-}
-
-TEST(WindowLifetime, LoggingOpeningAndTransferringCreateNoWindow) {
-    Rig rig;
-    rig.wb->usb.InitI2CPipe();  // a front end without the main window selects the pipe itself
-    rig.wb->usb.SharedOpenUsb();
-    const uint8_t reg[] = {2};
-    const Reply reply = I2CExchange(rig.wb->usb, RegisterReadRequest(1, 0x61, reg), 2);
-    rig.wb->usb.SharedCloseUsb();
-
-    EXPECT_EQ(reply.bytes(), (std::vector<uint8_t>{1, 0x5A}));
-    EXPECT_FALSE(rig.program->hasMainWindow());
-    EXPECT_FALSE(rig.program->hasGpioScreen());
-    EXPECT_NE(rig.log().find("DeviceAttach: Received and accepted attach"), std::string::npos);
 }
 
 }  // namespace
