@@ -84,7 +84,11 @@ std::string DecText(int64_t value) {
 
 std::string UpperCase(std::string_view text) {
     std::string out(text);
-    for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    // ASCII only, whatever the process locale: bytes from 0x80 up are text of the file's own
+    // code page and stay as they are.
+    for (char& c : out) {
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    }
     return out;
 }
 

@@ -80,7 +80,11 @@ std::optional<int16_t> DelayMilliseconds(std::string_view text) {
 
 class Reader {
 public:
-    explicit Reader(uint8_t windowWriteAddress) : curI2CAdr_(HexText(windowWriteAddress)) {}
+    Reader(uint8_t windowWriteAddress, std::size_t expectedRows)
+        : curI2CAdr_(HexText(windowWriteAddress)) {
+        load_.rows.reserve(expectedRows);
+        load_.ScriptLines.reserve(expectedRows);
+    }
 
     void ReadLine(std::string_view raw, int n) {
         ScriptRow& row = load_.rows.emplace_back();
@@ -100,6 +104,9 @@ public:
         }
         row.Line = LineNumberText(n);
     }
+
+    // A line past the row limit: no row, but its bytes stay, so a write-back keeps it.
+    void KeepLine(std::string_view raw) { load_.ScriptLines.emplace_back(raw); }
 
     ScriptLoad Finish(std::size_t linesInFile) {
         if (load_.EndMainLine == 0) load_.EndMainLine = static_cast<int16_t>(load_.rows.size());
@@ -209,12 +216,18 @@ private:
 }  // namespace
 
 ScriptLoad ReadScript(std::string_view text, uint8_t windowWriteAddress) {
-    Reader reader(windowWriteAddress);
+    // An upper bound on the rows (CR LF counts twice), so the tables are never reallocated.
+    const auto lineEnds = static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }));
+    Reader reader(windowWriteAddress,
+                  std::min(lineEnds + 1, static_cast<std::size_t>(kMaxScriptLines)));
     std::size_t lines = 0;
     ForEachLine(text, [&](std::string_view line) {
         ++lines;
         if (lines <= static_cast<std::size_t>(kMaxScriptLines)) {
             reader.ReadLine(line, static_cast<int>(lines));
+        } else {
+            reader.KeepLine(line);
         }
     });
     return reader.Finish(lines);

@@ -9,8 +9,8 @@
 // another line: "A\r\n" is one line, "\r\n" one empty line, and an empty text no line at all
 // (no rows, EndMainLine 0).
 //
-// Only the first kMaxScriptLines lines become rows; the rest are counted in linesInFile and
-// flag the load as truncated so the window can say so.
+// Only the first kMaxScriptLines lines become rows; the rest are kept in ScriptLines, counted
+// in linesInFile and flag the load as truncated so the window can say so.
 //
 // A delay command's time is a decimal integer with an optional sign. A value outside the
 // signed 16-bit range is a delay error like any other non-numeric time. Negative times are
@@ -44,8 +44,9 @@ struct ScriptRow {
 
 struct ScriptLoad {
     std::vector<ScriptRow> rows;  // rows[n - 1] is line n
-    // Each loaded line's bytes exactly as read, without its line end; one per row, so the
-    // write-back of measured data edits the same lines the rows came from.
+    // Every line's bytes exactly as read, without its line end: line n is ScriptLines[n - 1]
+    // for row n, so the write-back of measured data edits the lines the rows came from; lines
+    // past the row limit are kept too, so that a write-back loses none of them.
     std::vector<std::string> ScriptLines;
     int TotalReads = 0;  // rows of a data line with expected read data
     // Line numbers, 0 for none; the last of each command counts. Without an End Main command

@@ -1,0 +1,255 @@
+#include "scripts/script_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace i2cbridge {
+namespace {
+
+ScriptLoad Read(const std::vector<std::string>& lines, uint8_t address = 0x60) {
+    std::string text;
+    for (const auto& line : lines) text += line + "\r\n";
+    return ReadScript(text, address);
+}
+
+// The cells and numbers of one row; Line and I2C Adr are checked where they matter.
+struct Cells {
+    std::string text, RegAdr, DataWr, DataRd, ActRd, Operation, Comment;
+    int16_t regBytes = 0, wrBytes = 0, rdBytes = 0, delay = 0;
+};
+
+void ExpectCells(const ScriptRow& row, const Cells& want) {
+    SCOPED_TRACE(want.text);
+    EXPECT_EQ(row.RegAdr, want.RegAdr);
+    EXPECT_EQ(row.DataWr, want.DataWr);
+    EXPECT_EQ(row.DataRd, want.DataRd);
+    EXPECT_EQ(row.ActRd, want.ActRd);
+    EXPECT_EQ(row.Operation, want.Operation);
+    EXPECT_EQ(row.Comment, want.Comment);
+    EXPECT_EQ(row.RegAdrBytes, want.regBytes);
+    EXPECT_EQ(row.DataWrBytes, want.wrBytes);
+    EXPECT_EQ(row.DataRdBytes, want.rdBytes);
+    EXPECT_EQ(row.StepDelay, want.delay);
+    const bool delayError = want.Operation == "Error Delay_Time";
+    EXPECT_EQ(row.operationRed, delayError);
+    EXPECT_EQ(row.commentRed, delayError);
+}
+
+TEST(ScriptReader, WorkedExample) {
+    const std::vector<std::string> adr = {"60", "88", "88", "88", "88", "GPIO", "88", "88"};
+    const std::vector<Cells> want = {
+        {"# power-up test", "", "", "", "", "NOP", "# power-up test"},
+        {"`A88", "", "", "", "", "Cmd:Set I2C Adr", ""},
+        {"00, 5A", "00", "5A", "", "", " Reg:1 W:1", "", 1, 1},
+        {"01,,3c  # id", "01", "", "3C", "--", " Reg:1 R:1", "# id", 1, 0, 1},
+        {"`w250", "", "", "", "", "Cmd:Delay :250: mSec", "", 0, 0, 0, 250},
+        {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
+        {"", "", "", "", "", "NOP", "Script File has a blank line"},
+        {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
+    };
+    std::vector<std::string> lines;
+    for (const auto& w : want) lines.push_back(w.text);
+    const ScriptLoad load = Read(lines);
+    ASSERT_EQ(load.rows.size(), want.size());
+    for (std::size_t i = 0; i < want.size(); ++i) {
+        ExpectCells(load.rows[i], want[i]);
+        EXPECT_EQ(load.rows[i].Line, "00" + std::to_string(i + 1));
+        EXPECT_EQ(load.rows[i].I2CAdr, adr[i]);
+    }
+    EXPECT_EQ(load.ScriptLines, lines);
+    EXPECT_EQ(load.TotalReads, 1);
+    EXPECT_EQ(load.EndMainLine, 8);
+    EXPECT_FALSE(load.truncated);
+}
+
+TEST(ScriptReader, ByteCountsRoundHalfToEven) {
+    const int16_t bytes[] = {0, 0, 1, 2, 2, 2, 3, 4, 4, 4, 5, 6};
+    for (std::size_t length = 0; length < std::size(bytes); ++length) {
+        EXPECT_EQ(ScriptByteCount(length), bytes[length]) << length;
+    }
+    EXPECT_EQ(ScriptByteCount(std::size_t{1} << 40), 32767);
+}
+
+TEST(ScriptReader, DataColumnWidth) {
+    const std::pair<std::size_t, int> widths[] = {{0, 64},   {2, 64},   {8, 64},   {9, 72},
+                                                  {25, 200}, {26, 208}, {27, 208}, {SIZE_MAX, 208}};
+    for (const auto& [characters, pixels] : widths) {
+        EXPECT_EQ(ScriptDataColumnWidth(characters), pixels) << characters;
+    }
+}
+
+TEST(ScriptReader, DataLines) {
+    const Cells cases[] = {
+        {"5,7,9", "05", "07", "09", "--", " Reg:1 W:1 R:1", "", 1, 1, 1},
+        {"1234,ABCDEF", "1234", "ABCDEF", "", "", " Reg:2 W:3", "", 2, 3},
+        {",AA", "", "AA", "", "", " W:1", "No Internal Register", 0, 1},
+        {"abc,12345", "ABC", "12345", "", "", " Reg:2 W:2", "", 2, 2},
+        {"1,abc", "01", "0ABC", "", "", " Reg:1 W:2", "", 1, 2},
+        {"a, b c ,\td\t# note", "0A", "BC", "0D", "--", " Reg:1 W:1 R:1", "# note", 1, 1, 1},
+        {",,123 # x", "", "", "0123", "--", " R:2", "No Internal Register# x", 0, 0, 2},
+        {"01,2,3,4,5", "01", "02", "03", "--", " Reg:1 W:1 R:1", "", 1, 1, 1},
+        {"1,,,5", "01", "", "", "", " Reg:1", "", 1},
+        {"ab#cd,ef", "AB", "", "", "", " Reg:1", "#cd,ef", 1},
+        {"1\x0F"
+         "2,3",
+         "12", "03", "", "", " Reg:1 W:1", "", 1, 1},
+        {"   ", "", "", "", "", "", "No Internal Register"},
+        {"\t", "", "", "", "", "", "No Internal Register"},
+        {"  # only a comment", "", "", "", "", "NOP", "# only a comment"},
+        {" `IE", "`IE", "", "", "", " Reg:2", "", 2},  // a command must start in column one
+    };
+    for (const Cells& c : cases) {
+        const ScriptLoad load = Read({c.text});
+        ASSERT_EQ(load.rows.size(), 1u);
+        ExpectCells(load.rows[0], c);
+        EXPECT_EQ(load.TotalReads, c.ActRd.empty() ? 0 : 1) << c.text;
+    }
+}
+
+TEST(ScriptReader, CommandsAndNearMisses) {
+    const std::string delayError = "Delay Error: Time not numeric";
+    const Cells cases[] = {
+        {"`IE", "", "", "", "", "Cmd: Int Enable", ""},
+        {"`IE   # enable", "", "", "", "", "Cmd: Int Enable", "# enable"},
+        {"`IE ", "", "", "", "", "Cmd:", ""},
+        {"`ie", "", "", "", "", "Cmd:", ""},
+        {"`ID", "", "", "", "", "Cmd: Int Disable", ""},
+        {"`IDX", "", "", "", "", "Cmd:", ""},
+        {"`S", "", "", "", "", "Cmd: Save File", ""},
+        {"`S1", "", "", "", "", "Cmd:", ""},
+        {"`s", "", "", "", "", "Cmd:", ""},
+        {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
+        {"`endm", "", "", "", "", "Cmd:", ""},
+        {"`EISTART", "", "", "", "", "Cmd: Int Start", ""},
+        {"`EIEND", "", "", "", "", "Cmd: Int End", ""},
+        {"`EIEND\t", "", "", "", "", "Cmd:", ""},
+        {"`a5", "", "", "", "", "Cmd:", ""},
+        {"`", "", "", "", "", "Cmd:", ""},
+        {"`#x", "", "", "", "", "Cmd:", "#x"},
+        {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
+        {"`Gab12 # led", "", "ab12", "ab12", "", "Cmd: GPIO:ab12", "# led", 0, 2, 2},
+        {"`G12345678", "", "12345678", "12345678", "", "Cmd: GPIO:12345678", "", 0, 4, 4},
+        {"`G123", "", "", "", "", "Cmd:", ""},
+        {"`G12345", "", "", "", "", "Cmd:", ""},
+        {"`g1234", "", "", "", "", "Cmd:", ""},
+        {"`w", "", "", "", "", "Cmd: Delay Keypress", "", 0, 0, 0, -1},
+        {"`w  # wait", "", "", "", "", "Cmd: Delay Keypress", "# wait", 0, 0, 0, -1},
+        {"`W", "", "", "", "", "Cmd:", ""},
+        {"`w100 # pause", "", "", "", "", "Cmd:Delay :100: mSec", "# pause", 0, 0, 0, 100},
+        {"`w0", "", "", "", "", "Cmd:Delay :0: mSec", ""},
+        {"`w+5", "", "", "", "", "Cmd:Delay :+5: mSec", "", 0, 0, 0, 5},
+        {"`w-1", "", "", "", "", "Cmd:Delay :-1: mSec", "", 0, 0, 0, -1},
+        {"`w32767", "", "", "", "", "Cmd:Delay :32767: mSec", "", 0, 0, 0, 32767},
+        {"`w-32768", "", "", "", "", "Cmd:Delay :-32768: mSec", "", 0, 0, 0, -32768},
+        {"`w32768", "", "", "", "", "Error Delay_Time", delayError},
+        {"`w-32769", "", "", "", "", "Error Delay_Time", delayError},
+        {"`w99999999999999999999", "", "", "", "", "Error Delay_Time", delayError},
+        {"`wX", "", "", "", "", "Error Delay_Time", delayError},
+        {"`w1.5", "", "", "", "", "Error Delay_Time", delayError},
+        {"`w1E3", "", "", "", "", "Error Delay_Time", delayError},
+        {"`w-", "", "", "", "", "Error Delay_Time", delayError},
+        {"`w 100", "", "", "", "", "Error Delay_Time", delayError},
+        {"`wx # c", "", "", "", "", "Error Delay_Time", "# c" + delayError},
+    };
+    for (const Cells& c : cases) {
+        const ScriptLoad load = Read({c.text});
+        ASSERT_EQ(load.rows.size(), 1u);
+        ExpectCells(load.rows[0], c);
+        EXPECT_EQ(load.rows[0].I2CAdr, c.DataWr.empty() ? "60" : "GPIO") << c.text;
+        EXPECT_EQ(load.TotalReads, 0) << c.text;
+    }
+}
+
+TEST(ScriptReader, RowsCarryTheAddressInForce) {
+    const ScriptLoad load = Read({"1,2", "`A5", "1,2", "`A", "1,2", "`Aab # x", "1,2", "`A123",
+                                  "1,2", "`a7", "`G1234", "1,2"});
+    const std::vector<std::string> want = {"60", "60", "05", "05", "0A",   "AB",
+                                           "AB", "AB", "03", "03", "GPIO", "03"};
+    ASSERT_EQ(load.rows.size(), want.size());
+    for (std::size_t i = 0; i < want.size(); ++i) EXPECT_EQ(load.rows[i].I2CAdr, want[i]) << i;
+
+    const std::pair<uint8_t, std::string> window[] = {{0x0A, "A"}, {0, "0"}, {0xFF, "FF"}};
+    for (const auto& [address, text] : window) EXPECT_EQ(Read({"1"}, address).rows[0].I2CAdr, text);
+}
+
+TEST(ScriptReader, LineEnds) {
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {"", {}},
+        {"A", {"A"}},
+        {"A\r\n", {"A"}},
+        {"\r\n", {""}},
+        {"\n\n", {"", ""}},
+        {"A\rB\r", {"A", "B"}},
+        {"A\nB", {"A", "B"}},
+        {"A\r\n\r\nB", {"A", "", "B"}},
+        {"A\n\rB", {"A", "", "B"}},
+        {"A\r\rB", {"A", "", "B"}},
+    };
+    for (const auto& [text, lines] : cases) {
+        EXPECT_EQ(SplitScriptLines(text), lines);
+        const ScriptLoad load = ReadScript(text, 0x60);
+        EXPECT_EQ(load.ScriptLines, lines);
+        EXPECT_EQ(load.rows.size(), lines.size());
+        EXPECT_EQ(load.linesInFile, lines.size());
+        EXPECT_EQ(load.EndMainLine, static_cast<int16_t>(lines.size()));
+    }
+    const ScriptLoad blank = ReadScript("\r\n", 0x60);
+    EXPECT_EQ(blank.rows[0].Line, "001");
+    EXPECT_EQ(blank.rows[0].Operation, "NOP");
+    EXPECT_EQ(blank.rows[0].Comment, "Script File has a blank line");
+}
+
+TEST(ScriptReader, StopsAtLineOneThousand) {
+    std::vector<std::string> lines(1000, "01,02,03");
+    EXPECT_FALSE(Read(lines).truncated);
+    lines.push_back("`ENDM");  // past the limit: kept, but no row
+    const ScriptLoad load = Read(lines);
+    EXPECT_TRUE(load.truncated);
+    EXPECT_EQ(load.linesInFile, 1001u);
+    ASSERT_EQ(load.rows.size(), 1000u);
+    EXPECT_EQ(load.ScriptLines, lines);
+    EXPECT_EQ(load.EndMainLine, 1000);
+    EXPECT_EQ(load.TotalReads, 1000);
+    EXPECT_EQ(load.rows[0].Line, "001");
+    EXPECT_EQ(load.rows[9].Line, "010");
+    EXPECT_EQ(load.rows[99].Line, "100");
+    EXPECT_EQ(load.rows[999].Line, "1000");
+}
+
+TEST(ScriptReader, KeepsLineBytesExactly) {
+    const std::string line = "\xE9\xFF,\t\x0F\x80 # \xFC\t";
+    const ScriptLoad load = ReadScript(line + "\n", 0x60);
+    EXPECT_EQ(load.ScriptLines, std::vector<std::string>{line});
+    EXPECT_EQ(load.rows[0].RegAdr, "\xE9\xFF");
+    EXPECT_EQ(load.rows[0].DataWr, "0\x80");
+    EXPECT_EQ(load.rows[0].Comment, "# \xFC ");
+}
+
+TEST(ScriptReader, LastEndMainAndInterruptLinesCount) {
+    std::vector<std::string> lines(30, "00,11");
+    lines[4] = lines[11] = "`ENDM";
+    lines[13] = lines[19] = "`EISTART";
+    lines[17] = lines[24] = "`EIEND";
+    const ScriptLoad load = Read(lines);
+    EXPECT_EQ(load.EndMainLine, 12);
+    EXPECT_EQ(load.IntStartLine, 20);
+    EXPECT_EQ(load.IntEndLine, 25);
+
+    const ScriptLoad plain = Read(std::vector<std::string>(30, "00,11"));
+    EXPECT_EQ(plain.EndMainLine, 30);
+    EXPECT_EQ(plain.IntStartLine, 0);
+    EXPECT_EQ(plain.IntEndLine, 0);
+}
+
+TEST(ScriptReader, TotalsAndWidestDataOfDataLines) {
+    const ScriptLoad load = Read({"1,2,3", "1,123456789,AB", ",,1234", "`G12345678", "1,2"});
+    EXPECT_EQ(load.TotalReads, 3);
+    EXPECT_EQ(load.widestDataWr, 9u);
+    EXPECT_EQ(load.widestDataRd, 4u);
+    EXPECT_EQ(Read({"1"}).widestDataWr, 2u);
+}
+
+}  // namespace
+}  // namespace i2cbridge
