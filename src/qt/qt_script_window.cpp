@@ -523,7 +523,12 @@ void ScriptWindowView::showModelSelection() {
         const QModelIndex at = cells_->index(row - 1, 0);
         selection->setCurrentIndex(at,
                                    QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-        grid_->scrollTo(at);
+        // A run that steps past the bottom brings its row to the middle, so the grid scrolls
+        // once every half page instead of one row at every step.
+        const int y = grid_->rowViewportPosition(row - 1);
+        if (y < 0 || y + grid_->rowHeight(row - 1) > grid_->viewport()->height()) {
+            grid_->scrollTo(at, QAbstractItemView::PositionAtCenter);
+        }
     }
     QWidget* viewport = grid_->viewport();
     for (const QModelIndex& index : {before, selection->currentIndex()}) {
