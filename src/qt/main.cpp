@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QMessageBox>
 #include <QTimer>
 #include <cstdio>
 #include <memory>
@@ -100,10 +99,8 @@ int main(int argc, char** argv) {
 
     wb.windows.showGpioScreen = [&windows] { windows.showGpioScreen(); };
     wb.windows.showAbout = [&windows] { windows.showAbout(); };
-    wb.windows.showScriptWindow = [&dialogs] {
-        QMessageBox::information(dialogs.parent, QLatin1String(kAppTitle),
-                                 QStringLiteral("Script windows are not part of this version."));
-    };
+    wb.windows.showScriptWindow = [&windows] { windows.showScriptWindow(); };
+    wb.windows.openAnotherScriptWindow = [&windows] { windows.openAnotherScriptWindow(); };
     wb.windows.endProgram = [] { QApplication::quit(); };
 
     StartupWindow startup(windows, board.simulated != nullptr);

@@ -1,9 +1,13 @@
 #include "qt/qt_windows.h"
 
+#include <exception>
+#include <string>
+
 #include "about/system_info_launcher.h"
 #include "app/program.h"
 #include "qt/qt_about_box.h"
 #include "qt/qt_gpio_window.h"
+#include "qt/qt_script_window.h"
 #include "qt/qt_system_info_launcher.h"
 
 namespace i2cbridge {
@@ -28,6 +32,7 @@ QtWindows::QtWindows(Program& p) : program(p) {}
 QtWindows::~QtWindows() {
     delete gpio_.data();
     delete about_.data();
+    for (const QPointer<QWidget>& script : scripts_) delete script.data();
 }
 
 void QtWindows::showGpioScreen() {
@@ -52,6 +57,41 @@ void QtWindows::showAbout(std::unique_ptr<SystemInfoLauncher> launcher) {
         box->setFixedSize(box->size());
     }
     Present(box, wasOpen);
+}
+
+std::vector<QWidget*> QtWindows::scriptWindows() const {
+    std::vector<QWidget*> open;
+    for (const QPointer<QWidget>& window : scripts_) {
+        auto* view = static_cast<ScriptWindowView*>(window.data());
+        if (view && !view->closing()) open.push_back(view);
+    }
+    return open;
+}
+
+void QtWindows::showScriptWindow() {
+    const std::vector<QWidget*> open = scriptWindows();
+    if (open.empty()) {
+        openScriptWindow();
+    } else {
+        Present(open.front(), true);
+    }
+}
+
+void QtWindows::openAnotherScriptWindow() {
+    openScriptWindow();
+}
+
+void QtWindows::openScriptWindow() {
+    std::erase_if(scripts_, [](const QPointer<QWidget>& w) { return w.isNull(); });
+    auto* view = new ScriptWindowView(program, program.newScriptWindow());
+    scripts_.emplace_back(view);
+    Present(view, false);
+    try {
+        view->load();
+    } catch (const std::exception& e) {
+        program.wb.dialogs.messageBox(std::string("Script Load Error ") + e.what(), kAppTitle,
+                                      Dialogs::Buttons::Ok);
+    }
 }
 
 }  // namespace i2cbridge

@@ -1,13 +1,14 @@
 #pragma once
 
 // The Qt program's top-level windows besides the main window: the GPIO screen and the About
-// box, at most one of each, shown over the models the Program owns. The set belongs to the
-// program's entry (or a test); destroying it destroys the windows still open, before the
-// models they show.
+// box, at most one of each, and any number of script windows, shown over the models the
+// Program owns. The set belongs to the program's entry (or a test); destroying it destroys the
+// windows still open, before the models they show.
 
 #include <QPointer>
 #include <QWidget>
 #include <memory>
+#include <vector>
 
 #include "about/system_info_launcher.h"
 
@@ -36,9 +37,22 @@ public:
     void showAbout(std::unique_ptr<SystemInfoLauncher> launcher = nullptr);
     QWidget* aboutBox() const { return about_.data(); }
 
+    // The main window's "Script Execution": shows the first script window that is open, or
+    // opens a new one when none is.
+    void showScriptWindow();
+    // A script window's "Open Another Script Processing Form": always a new window. A new
+    // window is shown first, then loaded, and its start-up asks for a script file at once. A
+    // start-up that fails is reported in a message box; the window stays open, empty.
+    void openAnotherScriptWindow();
+    // The script windows that are open, oldest first.
+    std::vector<QWidget*> scriptWindows() const;
+
 private:
+    void openScriptWindow();
+
     QPointer<QWidget> gpio_;
     QPointer<QWidget> about_;
+    std::vector<QPointer<QWidget>> scripts_;
 };
 
 }  // namespace i2cbridge

@@ -1,0 +1,136 @@
+// Run All Steps of a 1000-row script in a script window shown offscreen: every row reads
+// register 2 of the device at 60 and compares it with 5A, so every row transfers, paints its
+// address and Act_Rd cells and moves the grid's selection.
+//
+// BM_RunAllSteps_1000Rows_BoardEvents: every yield delivers the board's events only, as the
+//   tests' pump does; what is measured is the core and the binding (cell and selection
+//   updates reaching the table view), without painting.
+// BM_RunAllSteps_1000Rows_QtPump: the program's own pump: every yield also runs Qt's pending
+//   events, so the window repaints as the run goes, as it does on screen.
+// The counter per_row is the time per script row.
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "app/program.h"
+#include "foundation/ports.h"
+#include "qt/qt_ports.h"
+#include "qt/qt_script_window.h"
+#include "scripts/frm_script_ops.h"
+#include "usb/simulated_board.h"
+#include "workbench/workbench.h"
+
+namespace i2cbridge {
+namespace {
+
+constexpr int kRows = 1000;
+
+// The benchmark library owns main(), so the application is made on first use. It is never
+// destroyed: at exit Qt's own globals go first, and an application destroyed after them
+// crashes.
+QApplication& App() {
+    static int argc = 1;
+    static char name[] = "bench_script_window";
+    static char* argv[] = {name, nullptr};
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    static QApplication* app = new QApplication(argc, argv);
+    return *app;
+}
+
+class BoardEventsPump : public UiPump {
+public:
+    explicit BoardEventsPump(BoardDriver& driver) : driver_(driver) {}
+    void yield() override { driver_.deliverEvents(); }
+    void sleepMs(int) override {}
+    DateTime now() override { return {2026, 11, 18, 17, 5, 9}; }
+
+private:
+    BoardDriver& driver_;
+};
+
+// The file dialog answers with the script; message boxes are answered OK.
+class ScriptDialogs : public Dialogs {
+public:
+    explicit ScriptDialogs(std::string path) : path_(std::move(path)) {}
+    Answer messageBox(const std::string&, const std::string&, Buttons) override {
+        return Answer::Ok;
+    }
+    bool openFile(FileDialogState& state) override {
+        state.setFileName(path_);
+        return true;
+    }
+    bool saveFile(FileDialogState&) override { return false; }
+
+private:
+    std::string path_;
+};
+
+class ScriptFile {
+public:
+    ScriptFile()
+        : path_(std::filesystem::temp_directory_path() /
+                ("bench_script_window_" + std::to_string(::getpid()) + ".txt")) {
+        std::ofstream out(path_, std::ios::binary);
+        for (int i = 0; i < kRows; ++i) out << "02,,5A\r\n";
+    }
+    ~ScriptFile() {
+        std::error_code ec;
+        std::filesystem::remove(path_, ec);
+    }
+    std::string path() const { return path_.string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+template <class Pump>
+struct Bench {
+    explicit Bench(const std::string& script) : dialogs(script) {
+        view = std::make_unique<ScriptWindowView>(program, program.newScriptWindow());
+        view->show();
+        view->load();
+        board.model().setRecording(false);
+    }
+    bool allRowsPassed() {
+        const FrmScriptOps& m = view->model();
+        return m.rowCount() == kRows && m.txtRdPass.text() == std::to_string(kRows) &&
+               m.txtRdFails.text() == "0";
+    }
+
+    SimulatedBoard board;
+    Pump pump{board};
+    ScriptDialogs dialogs;
+    Workbench wb{board, pump, dialogs};
+    Program program{wb};
+    std::unique_ptr<ScriptWindowView> view;  // goes before the program and its models
+};
+
+template <class Pump>
+void RunAllSteps(benchmark::State& state) {
+    App();
+    const ScriptFile script;
+    Bench<Pump> b(script.path());
+    for (auto _ : state) b.view->model().cmdExecAll_Click();
+    if (!b.allRowsPassed()) state.SkipWithError("a row did not pass");
+    state.counters["per_row"] = benchmark::Counter(
+        kRows, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void BM_RunAllSteps_1000Rows_BoardEvents(benchmark::State& state) {
+    RunAllSteps<BoardEventsPump>(state);
+}
+BENCHMARK(BM_RunAllSteps_1000Rows_BoardEvents)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_RunAllSteps_1000Rows_QtPump(benchmark::State& state) {
+    RunAllSteps<QtPump>(state);
+}
+BENCHMARK(BM_RunAllSteps_1000Rows_QtPump)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+}  // namespace i2cbridge
