@@ -4,10 +4,11 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   qt6-base-dev libgl-dev
-  libusb-1.0-0-dev
+  libusb-1.0-0-dev libpcap-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   umockdev libumockdev-dev
   xvfb xauth
+  tshark libxml2-utils
 )
 missing=()
 for p in "${packages[@]}"; do

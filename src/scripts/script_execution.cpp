@@ -6,7 +6,7 @@
 #include "gpio/frm_gpio.h"
 #include "registers/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
-#include "workbench/exchange.h"
+#include "workbench/bus_tools.h"
 #include "workbench/workbench.h"
 
 namespace i2cbridge {
@@ -16,9 +16,6 @@ namespace {
 constexpr int kIdleRowPauseMs = 100;
 constexpr int kNotSelectedPauseMs = 200;
 constexpr int kSettleYields = 1000;
-// A script write's reply is one count byte, read into a buffer of a full-speed bulk packet:
-// whatever the board sends back to a write fits, so the read never overflows.
-constexpr std::size_t kWriteReplyLength = 64;
 
 // Pair k (from 0) of a row's hex text: two characters from the left, the last pair possibly
 // one character, read as HexToInt reads them.
@@ -176,15 +173,12 @@ void FrmScriptOps::Write_I2C(int n) {
     wb_.pump.yield();
     const auto reg = Pairs(cellText(n, kColRegAdr), r.RegAdrBytes);
     const auto data = Pairs(cellText(n, kColDataWr), r.DataWrBytes);
-    const Reply reply =
-        I2CExchange(wb_.usb,
-                    RegisterWriteRequest(static_cast<uint8_t>(r.RegAdrBytes + r.DataWrBytes),
-                                         wb_.i2c.I2CWriteAddress, reg, data),
-                    kWriteReplyLength);
-    if (!WriteReplyOk(reply[0], r.RegAdrBytes, r.DataWrBytes)) {
+    uint8_t acknowledged = 0;
+    if (!WriteRegisterBytes(wb_.usb, wb_.i2c, wb_.i2c.I2CWriteAddress, reg, data,
+                            acknowledged)) {
         vbalGrid1.setBack(n, kColDataWr, kCellRed);
         wb_.log.LogMessage("Write Qty Error Script Line " + std::to_string(n) +
-                               " Actual= " + std::to_string(reply[0]),
+                               " Actual= " + std::to_string(acknowledged),
                            kCrLf);
     }
 }
@@ -194,10 +188,8 @@ void FrmScriptOps::Write_I2C(int n) {
 void FrmScriptOps::Read_I2C(int n) {
     const ScriptRow& r = row(n);
     const auto reg = Pairs(cellText(n, kColRegAdr), r.RegAdrBytes);
-    const Reply reply = I2CExchange(
-        wb_.usb,
-        RegisterReadRequest(static_cast<uint8_t>(r.DataRdBytes), wb_.i2c.I2CReadAddress, reg),
-        static_cast<std::size_t>(r.DataRdBytes) + 1);
+    const Reply reply =
+        ReadRegisterBytes(wb_.usb, wb_.i2c, wb_.i2c.I2CWriteAddress, reg, r.DataRdBytes);
     if (!ReadReplyOk(reply[0], r.DataRdBytes)) {
         vbalGrid1.setBack(n, kColDataRd, kCellRed);
         wb_.log.LogMessage("Read Qty Error Script Line " + std::to_string(n) +
