@@ -33,8 +33,12 @@ asan:
 	@$(MAKE) --no-print-directory test BUILD=build-asan TYPE=Debug \
 	  CMAKE_EXTRA="-DI2CB_SANITIZE=address,undefined"
 
+# Only the benchmark programs: the build folder holds other things named bench_* too.
 bench: build
-	@for b in $(BUILD)/bench/bench_*; do echo "== $$b"; $$b; done
+	@status=0; for b in $(BUILD)/bench/bench_*; do \
+	  [ -f "$$b" ] && [ -x "$$b" ] || continue; \
+	  echo "== $$b"; $$b || status=1; \
+	done; exit $$status
 
 fuzz: deps
 	@cmake -S . -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
