@@ -87,6 +87,10 @@ int main(int argc, char** argv) {
         std::fputs(UsageText("i2cbridge").c_str(), stdout);
         return 0;
     }
+    if (options.version) {
+        std::fputs(VersionText("i2cbridge").c_str(), stdout);
+        return 0;
+    }
 
     QApplication app(argc, argv);
     QApplication::setApplicationName(QLatin1String(kAppTitle));
