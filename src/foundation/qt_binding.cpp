@@ -13,13 +13,15 @@
 #include <QTextCursor>
 
 #include "foundation/colors.h"
+#include "foundation/display_text.h"
 
 namespace i2cbridge {
 
 namespace {
 
-QString Q(const std::string& s) {
-    return QString::fromStdString(s);
+// The core keeps the bytes it was given; text that is not UTF-8 came from a Windows file.
+QString Q(std::string_view s) {
+    return QString::fromStdString(DisplayText(s));
 }
 
 // Attaches a repaint to the model and detaches it again when the widget goes away first.
@@ -156,8 +158,9 @@ void text(TextBox& model, QLineEdit* widget) {
         const QString t = Q(model.text());
         if (widget->text() != t) widget->setText(t);
     });
-    QObject::connect(widget, &QLineEdit::textEdited,
-                     [&model](const QString& t) { model.setText(t.toStdString()); });
+    QObject::connect(widget, &QLineEdit::textEdited, [&model](const QString& t) {
+        model.setText(StoredText(t.toStdString(), model.text()));
+    });
 }
 
 void label(Label& model, QLabel* widget) {
@@ -216,7 +219,7 @@ void log(LogBox& model, QPlainTextEdit* widget) {
     model.onChange = [&model, widget] { ApplyCommon(model, widget); };
     model.onAppend = [widget](std::string_view appended) {
         // The log's line breaks are CR LF; the widget wants one break per line.
-        QString text = QString::fromUtf8(appended.data(), static_cast<qsizetype>(appended.size()));
+        QString text = Q(appended);
         text.remove(QLatin1Char('\r'));
         QTextCursor cursor(widget->document());
         cursor.movePosition(QTextCursor::End);

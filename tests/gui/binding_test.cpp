@@ -19,6 +19,7 @@ class BindingTest : public QObject {
 private slots:
     void hiddenModelKeepsItsWidgetHiddenWhenTheWindowShows();
     void widgetWithoutParentNeverOpensAsAWindow();
+    void textFromAWindowsFileShowsAndIsTypedAsWindows1252();
     void enterGivesTheKeyPressHandlerCode13();
     void focusLossCountsOnlyInsideTheWindow();
     void clickNeedsLeftPressAndReleaseOverTheWidget();
@@ -62,6 +63,15 @@ void BindingTest::widgetWithoutParentNeverOpensAsAWindow() {
     model.setVisible(false);
     model.setVisible(true);
     QVERIFY(!orphan.isVisible());
+}
+
+void BindingTest::textFromAWindowsFileShowsAndIsTypedAsWindows1252() {
+    TextBox model("Phase 90\xB0");
+    QLineEdit box;
+    bind::text(model, &box);
+    QCOMPARE(box.text(), QStringLiteral("Phase 90°"));
+    QTest::keyClicks(&box, QStringLiteral(" µs"));
+    QCOMPARE(model.text(), std::string("Phase 90\xB0 \xB5s"));
 }
 
 void BindingTest::enterGivesTheKeyPressHandlerCode13() {
