@@ -23,6 +23,7 @@ void ProgramLog::LogMessage(std::string_view text, std::string_view suffix) {
     LogPanel& panel = panel_();
     AppendLogLine(panel.Txtlog, text, suffix, false, clock_.now());
     panel.shpLogStatus.setColor(LogErrorFlag ? colors_.lightRed() : colors_.lightGreen());
+    tell(text);
 }
 
 void ProgramLog::LogError(std::string_view text) {
@@ -30,10 +31,17 @@ void ProgramLog::LogError(std::string_view text) {
     LogPanel& panel = panel_();
     panel.shpLogStatus.setColor(colors_.lightRed());
     AppendLogLine(panel.Txtlog, text, kCrLf, false, clock_.now());
+    tell(text);
 }
 
 void ProgramLog::LogNote(std::string_view text) {
     AppendLogLine(panel_().Txtlog, text, kCrLf, false, clock_.now());
+    tell(text);
+}
+
+void ProgramLog::Clear() {
+    panel_().Txtlog.clear();
+    tell({});
 }
 
 }  // namespace i2cbridge

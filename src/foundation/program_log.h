@@ -32,11 +32,20 @@ public:
     // Set by LogError; cleared by successful USB steps and by the main window's load.
     bool LogErrorFlag = false;
 
+    // Told the plain message of each new entry (no time stamp, no suffix), and an empty text
+    // when the log is cleared: what a status line shows.
+    std::function<void(std::string_view message)> onNewestEntry;
+
     void LogMessage(std::string_view text, std::string_view suffix = kCrLf);
     void LogError(std::string_view text);
     void LogNote(std::string_view text);
+    void Clear();
 
 private:
+    void tell(std::string_view text) {
+        if (onNewestEntry) onNewestEntry(text);
+    }
+
     UiPump& clock_;
     const ColorSet& colors_;
     std::function<LogPanel&()> panel_;

@@ -12,12 +12,14 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStatusBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <functional>
 
 #include "foundation/colors.h"
+#include "foundation/display_text.h"
 #include "foundation/qt_binding.h"
 #include "registers/frm_i2c_general.h"
 #include "shell/workbench.h"
@@ -128,6 +130,7 @@ MainWindowView::MainWindowView(Workbench& wb, bool simulatedBoard, QWidget* pare
     bind::tabs(model_.SSTab1, tabs_, [this] { model_.SSTab1_Click(); });
     setCentralWidget(tabs_);
     buildMenus();
+    buildStatusBar(wb);
 
     syncInnerSize();
 }
@@ -566,6 +569,24 @@ void MainWindowView::buildMenus() {
     add(open, "mnuGPIO", QStringLiteral("GPIO Screen"), [&m] { m.mnuGPIO_Click(); });
     add(file, "mnuSetup_Save", QStringLiteral("Save"), [&m] { m.mnuSetup_Save_Click(); });
     add(nullptr, "frmAbout", QStringLiteral("About"), [&m] { m.frmAbout_Click(); });
+}
+
+// The newest log entry stays in sight while the log page is hidden. A label rather than the
+// bar's own message, which the menus' empty status tips would wipe out.
+void MainWindowView::buildStatusBar(Workbench& wb) {
+    auto* newest = new QLabel;
+    newest->setObjectName(QStringLiteral("StatusMessage"));
+    // A long entry is cut off at the window's edge instead of widening the window.
+    newest->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    statusBar()->addWidget(newest, 1);
+    wb.log.onNewestEntry = [newest](std::string_view message) {
+        QString line = QString::fromStdString(DisplayText(message));
+        line.replace(QLatin1String("\r\n"), QLatin1String(" "));
+        line.replace(QLatin1Char('\r'), QLatin1Char(' '))
+            .replace(QLatin1Char('\n'), QLatin1Char(' '));
+        newest->setText(line);
+    };
+    connect(newest, &QObject::destroyed, [&wb] { wb.log.onNewestEntry = nullptr; });
 }
 
 void MainWindowView::syncInnerSize() {

@@ -43,6 +43,7 @@ private:
     QWidget* buildRawPanel();
     QWidget* buildLampLegend();
     void buildMenus();
+    void buildStatusBar(Workbench& wb);
     // The content's size goes to the model (pbinner), then the resize rule runs again.
     void syncInnerSize();
     void applyResize();

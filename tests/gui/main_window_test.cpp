@@ -9,6 +9,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QtTest>
@@ -49,6 +50,7 @@ struct ShownWindow {
     QLineEdit* box(const QString& name) { return view.control<QLineEdit>(name); }
     QPushButton* button(const QString& name) { return view.control<QPushButton>(name); }
     QString logShown() { return view.control<QPlainTextEdit>("Txtlog")->toPlainText(); }
+    QString statusShown() { return view.control<QLabel>("StatusMessage")->text(); }
     void click(const QString& name) { QTest::mouseClick(button(name), Qt::LeftButton); }
     void type(const QString& name, const QString& text) {
         QLineEdit* edit = box(name);
@@ -58,7 +60,6 @@ struct ShownWindow {
         QTest::keyClicks(edit, text);
     }
 };
-
 
 }  // namespace
 
@@ -136,6 +137,8 @@ void MainWindowTest::closeIsRefusedWhileTheConnectionIsOpen() {
     QVERIFY(w.view.isVisible());
     QCOMPARE(w.ended, 0);
     QVERIFY(w.logShown().contains(refusal));
+    QCOMPARE(w.statusShown(), refusal);  // seen without the log page
+    QVERIFY(w.view.statusBar()->isVisible());
     QVERIFY(!w.view.close());  // every try writes its line
     QCOMPARE(w.logShown().count(refusal), 2);
 
@@ -235,8 +238,13 @@ void MainWindowTest::clearLogEmptiesBothModelAndWidget() {
     w.click("cmdClearLog");
     QVERIFY(w.m().Txtlog.text().empty());
     QVERIFY(w.logShown().isEmpty());
+    QVERIFY(w.statusShown().isEmpty());
     w.rig.wb->log.LogMessage("Already Opened");
     QVERIFY(w.logShown().startsWith("Already Opened :"));
+    QCOMPARE(w.statusShown(), QStringLiteral("Already Opened"));
+    w.rig.wb->log.LogNote("DeviceDetach: Received detach\r\nfor device handle &H1");
+    QCOMPARE(w.statusShown(),
+             QStringLiteral("DeviceDetach: Received detach for device handle &H1"));
 }
 
 void MainWindowTest::tabClickRunsTheTabHandler() {
