@@ -1,6 +1,7 @@
 #include "registers/qt_main_window.h"
 
 #include <QCheckBox>
+#include <QCoreApplication>
 #include <QCloseEvent>
 #include <QFontDatabase>
 #include <QGridLayout>
@@ -15,7 +16,9 @@
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 
 #include "foundation/colors.h"
@@ -106,6 +109,29 @@ QPushButton* MakeButton(const QString& name) {
     button->setObjectName(name);
     return button;
 }
+
+// The wheel over the register view turns the scroll bar it would move, which scrolls the view
+// through the model as dragging the bar does. Vertical first; a hidden bar does not move.
+class WheelToScrollBars : public QObject {
+public:
+    WheelToScrollBars(QWidget* page, QScrollBar* vertical, QScrollBar* horizontal)
+        : QObject(page), vertical_(vertical), horizontal_(horizontal) {}
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() != QEvent::Wheel) return false;
+        const QPoint delta = static_cast<QWheelEvent*>(event)->angleDelta();
+        const bool sideways = std::abs(delta.x()) > std::abs(delta.y());
+        QScrollBar* bar = sideways || vertical_->isHidden() ? horizontal_ : vertical_;
+        if (bar->isHidden()) return false;
+        QCoreApplication::sendEvent(bar, event);
+        return true;
+    }
+
+private:
+    QScrollBar* vertical_;
+    QScrollBar* horizontal_;
+};
 
 // The general page reports the size that shows every control without scroll bars, so the
 // window's own size hint is the size that fits the whole register view.
@@ -207,6 +233,7 @@ QWidget* MainWindowView::buildGeneralPage() {
     bind::geometry(m.pbinner, inner_);
     bind::scroll(m.VScroll1, vscroll, [&m] { m.VScroll1_Change(); });
     bind::scroll(m.HScroll1, hscroll, [&m] { m.HScroll1_Change(); });
+    page->installEventFilter(new WheelToScrollBars(page, vscroll, hscroll));
 
     page->hint = [this] {
         const QSize content = inner_->sizeHint();

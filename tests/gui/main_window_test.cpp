@@ -1,6 +1,8 @@
 // The main window on the simulated board, offscreen: user actions reach the handlers through
 // the widgets, and what the handlers change shows in the widgets.
 
+#include <QtTest/qtestspontaneevent.h>
+
 #include <QAction>
 #include <QCheckBox>
 #include <QLabel>
@@ -337,6 +339,23 @@ void MainWindowTest::scrollBarsMoveTheRegisterView() {
     hbar->setValue(30);
     QCOMPARE(content->x(), -30);
     QCOMPARE(w.rig.pump.yields - yields, 1);  // the horizontal handler yields first
+
+    // The wheel over a cell scrolls the view the same way, down and back up. Only a wheel
+    // event from the system goes on to the cell's parents.
+    QWidget* cell = w.box("Reg_Desc(3)");
+    auto wheel = [cell](int steps) {
+        const QPointF at(5, 5);
+        QWheelEvent event(at, cell->mapToGlobal(at), QPoint(), QPoint(0, 120 * steps), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QSpontaneKeyEvent::setSpontaneous(&event);
+        qApp->notify(cell, &event);
+    };
+    wheel(-1);
+    QVERIFY(m.VScroll1.value() > 40 * kTwipsPerPixel);
+    QCOMPARE(content->y(), -m.VScroll1.value() / kTwipsPerPixel);
+    wheel(10);
+    QCOMPARE(m.VScroll1.value(), 0);
+    QCOMPARE(content->y(), 0);
 
     // Grown back to full size: the bars go, and the view is not left scrolled.
     w.view.resize(w.view.fullSize());
