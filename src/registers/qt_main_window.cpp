@@ -1,8 +1,8 @@
 #include "registers/qt_main_window.h"
 
 #include <QCheckBox>
-#include <QCoreApplication>
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QFontDatabase>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -580,22 +580,27 @@ QWidget* MainWindowView::buildLogPage() {
 void MainWindowView::buildMenus() {
     FrmI2CGeneral& m = model_;
     auto add = [this](QMenu* menu, const char* name, const QString& text,
-                      std::function<void()> action) {
+                      std::function<void()> action, const QKeySequence& keys = {}) {
         QAction* item = menu ? menu->addAction(text) : menuBar()->addAction(text);
         item->setObjectName(QLatin1String(name));
+        item->setShortcut(keys);
         connect(item, &QAction::triggered, this, [action] { action(); });
     };
-    QMenu* file = menuBar()->addMenu(QStringLiteral("File"));
+    // The mnemonics ("&") only underline a letter; the captions read as before.
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     file->setObjectName(QStringLiteral("mnuFileProcess"));
     QMenu* open = file->addMenu(QStringLiteral("Open"));
     open->setObjectName(QStringLiteral("mnuOPen"));
-    add(open, "mnuSetup_Open", QStringLiteral("Comm Register Definitions"),
-        [&m] { m.mnuSetup_Open_Click(); });
+    add(
+        open, "mnuSetup_Open", QStringLiteral("Comm Register Definitions"),
+        [&m] { m.mnuSetup_Open_Click(); }, QKeySequence::Open);
     add(open, "mnu_ScriptShow", QStringLiteral("Script Execution"),
         [&m] { m.mnu_ScriptShow_Click(); });
     add(open, "mnuGPIO", QStringLiteral("GPIO Screen"), [&m] { m.mnuGPIO_Click(); });
-    add(file, "mnuSetup_Save", QStringLiteral("Save"), [&m] { m.mnuSetup_Save_Click(); });
-    add(nullptr, "frmAbout", QStringLiteral("About"), [&m] { m.frmAbout_Click(); });
+    add(
+        file, "mnuSetup_Save", QStringLiteral("Save"), [&m] { m.mnuSetup_Save_Click(); },
+        QKeySequence::Save);
+    add(nullptr, "frmAbout", QStringLiteral("&About"), [&m] { m.frmAbout_Click(); });
 }
 
 // The newest log entry stays in sight while the log page is hidden. A label rather than the

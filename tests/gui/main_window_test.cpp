@@ -79,6 +79,7 @@ private slots:
     void clearLogEmptiesBothModelAndWidget();
     void tabClickRunsTheTabHandler();
     void menuItemsReachTheirHandlers();
+    void menusAnswerTheKeyboard();
     void activationTakesTheI2CAddress();
     void fullSizeFitsEveryControlWithoutScrollBars();
     void scrollBarsMoveTheRegisterView();
@@ -287,6 +288,25 @@ void MainWindowTest::menuItemsReachTheirHandlers() {
     QCOMPARE(menuTexts("mnuFileProcess"), (QStringList{"Open", "Save"}));
     QCOMPARE(menuTexts("mnuOPen"),
              (QStringList{"Comm Register Definitions", "Script Execution", "GPIO Screen"}));
+}
+
+void MainWindowTest::menusAnswerTheKeyboard() {
+    ShownWindow w;
+    QApplication::setActiveWindow(&w.view);
+    QVERIFY(QTest::qWaitForWindowActive(&w.view));
+
+    QTest::keyClick(&w.view, Qt::Key_O, Qt::ControlModifier);
+    QCOMPARE(w.rig.dialogs.openShown.size(), std::size_t{1});
+    QTest::keyClick(&w.view, Qt::Key_S, Qt::ControlModifier);
+    QCOMPARE(w.rig.dialogs.saveShown.size(), std::size_t{1});
+    QTest::keyClick(&w.view, Qt::Key_A, Qt::AltModifier);
+    QCOMPARE(w.aboutShown, 1);
+
+    auto* file = w.view.control<QMenu>("mnuFileProcess");
+    QTest::keyClick(&w.view, Qt::Key_F, Qt::AltModifier);
+    QTRY_VERIFY(file->isVisible());
+    file->close();
+    QCOMPARE(file->title().remove(QLatin1Char('&')), QStringLiteral("File"));
 }
 
 void MainWindowTest::activationTakesTheI2CAddress() {
