@@ -14,11 +14,14 @@
 #include <functional>
 
 #include "foundation/qt_binding.h"
+#include "foundation/qt_placement.h"
 #include "foundation/qt_window_slot.h"
 #include "gpio/frm_gpio.h"
 #include "shell/workbench.h"
 
 namespace i2cbridge {
+
+class MainWindowView;
 
 namespace {
 
@@ -262,6 +265,9 @@ void ShowGpioWindow(Workbench& wb) {
         window = new GpioWindow(wb);
         WindowSlot<GpioWindow>(&wb) = window;
         window->adjustSize();
+        // Beside the main window rather than over it, so both can be watched.
+        const QWidget* main = WindowSlot<MainWindowView>(&wb).data();
+        if (main && main->isVisible()) MoveBeside(*window, *main);
     }
     const bool wasOpen = window->isVisible();
     window->show();

@@ -24,6 +24,7 @@
 #include "foundation/colors.h"
 #include "foundation/display_text.h"
 #include "foundation/qt_binding.h"
+#include "foundation/qt_window_slot.h"
 #include "registers/frm_i2c_general.h"
 #include "shell/workbench.h"
 
@@ -146,6 +147,8 @@ public:
 MainWindowView::MainWindowView(Workbench& wb, bool simulatedBoard, QWidget* parent)
     : QMainWindow(parent), model_(wb.mainWindow()) {
     setObjectName(QStringLiteral("frmI2C_General"));
+    // Other windows of the workbench open beside this one.
+    WindowSlot<MainWindowView>(&wb) = this;
     bind::windowTitle(model_.Caption, this,
                       simulatedBoard ? QStringLiteral(" [simulated board]") : QString());
 

@@ -6,14 +6,17 @@
 #include <QEventLoop>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 #include <QTimer>
 #include <memory>
 
 #include "foundation/colors.h"
 #include "foundation/qt_binding.h"
+#include "foundation/qt_placement.h"
 #include "gpio/frm_gpio.h"
 #include "gpio/qt_gpio_window.h"
+#include "registers/qt_main_window.h"
 #include "support/fakes.h"
 
 using namespace i2cbridge;
@@ -247,6 +250,34 @@ private slots:
         ShowGpioWindow(*rig->wb);
         QVERIFY(!child<QCheckBox>("ChKLedData_0")->isChecked());
         QCOMPARE(child<QLineEdit>("txtPCHexData_2")->text(), QString("FE"));
+    }
+
+    void placementBesideAnotherWindow() {
+        const QRect screen(0, 0, 1000, 800);
+        const struct {
+            QRect anchor;
+            QSize size;
+            QPoint at;
+        } cases[] = {
+            {{0, 0, 600, 500}, {300, 400}, {600, 0}},        // to the right
+            {{500, 100, 400, 300}, {300, 200}, {200, 100}},  // no room right: to the left
+            {{100, 0, 800, 700}, {300, 200}, {700, 0}},      // no room either side: on the area
+            {{0, 700, 400, 100}, {300, 200}, {400, 600}},    // pushed up onto the area
+        };
+        for (const auto& c : cases) QCOMPARE(PlaceBeside(c.anchor, c.size, screen), c.at);
+    }
+
+    void opensBesideTheMainWindow() {
+        MainWindowView main(*rig->wb, true);
+        main.resize(120, 300);
+        main.move(0, 0);
+        main.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&main));
+        ShowGpioWindow(*rig->wb);
+        QVERIFY(QTest::qWaitForWindowExposed(window()));
+        const QRect gpio = window()->frameGeometry();
+        QVERIFY(!gpio.intersects(main.frameGeometry()));
+        QVERIFY(main.screen()->availableGeometry().contains(gpio));
     }
 
     // Under a real display with I2CB_SCREENSHOT_DIR set, saves the window as gpio_screen.png.
