@@ -10,6 +10,12 @@
 
 namespace i2cbridge {
 
+namespace {
+// Room for a window manager's frame, in pixels: both borders, and the title bar with its border.
+constexpr int kFrameAllowance = 16;
+constexpr int kTitleBarAllowance = 48;
+}  // namespace
+
 StartupWindow::StartupWindow(Workbench& wb, bool simulatedBoard)
     : wb_(wb), simulated_(simulatedBoard) {
     setObjectName(QStringLiteral("frmStartup"));
@@ -42,7 +48,10 @@ void StartupWindow::Form_Load() {
     main_->ensurePolished();  // the style's margins count in the size
     QSize size = main_->fullSize();
     if (const QScreen* screen = QGuiApplication::primaryScreen()) {
-        size = size.boundedTo(screen->availableSize() * 0.95);
+        // The window manager's title bar and borders are not known before the window shows.
+        const QSize frame = (main_->frameGeometry().size() - main_->size())
+                                .expandedTo(QSize(kFrameAllowance, kTitleBarAllowance));
+        size = size.boundedTo(screen->availableSize() - frame);
     }
     main_->resize(size);
     main_->show();
