@@ -7,13 +7,12 @@
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QTabWidget>
-#include <QTextCursor>
 
 #include "foundation/colors.h"
 #include "foundation/display_text.h"
+#include "foundation/qt_log_view.h"
 
 namespace i2cbridge {
 
@@ -211,22 +210,11 @@ void check(CheckBox& model, QCheckBox* widget, std::function<void()> onClick) {
     });
 }
 
-void log(LogBox& model, QPlainTextEdit* widget) {
-    widget->setReadOnly(true);
-    widget->setPlainText(Q(model.text()));
-    widget->moveCursor(QTextCursor::End);
+void log(LogBox& model, LogView* widget) {
     ApplyCommon(model, widget);
     model.onChange = [&model, widget] { ApplyCommon(model, widget); };
-    model.onAppend = [widget](std::string_view appended) {
-        // The log's line breaks are CR LF; the widget wants one break per line.
-        QString text = Q(appended);
-        text.remove(QLatin1Char('\r'));
-        QTextCursor cursor(widget->document());
-        cursor.movePosition(QTextCursor::End);
-        cursor.insertText(text);
-        widget->moveCursor(QTextCursor::End);
-    };
-    model.onClear = [widget] { widget->clear(); };
+    model.onAppend = [widget](std::string_view) { widget->appended(); };
+    model.onClear = [widget] { widget->cleared(); };
     QObject::connect(widget, &QObject::destroyed, [&model] {
         model.onChange = nullptr;
         model.onAppend = nullptr;

@@ -10,7 +10,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStatusBar>
@@ -24,6 +23,7 @@
 #include "foundation/colors.h"
 #include "foundation/display_text.h"
 #include "foundation/qt_binding.h"
+#include "foundation/qt_log_view.h"
 #include "foundation/qt_window_slot.h"
 #include "registers/frm_i2c_general.h"
 #include "shell/workbench.h"
@@ -564,10 +564,9 @@ QWidget* MainWindowView::buildLogPage() {
     FrmI2CGeneral& m = model_;
     auto* page = new QWidget;
     auto* box = new QVBoxLayout(page);
-    auto* log = new QPlainTextEdit;
+    auto* log = new LogView(m.Txtlog.text());
     log->setObjectName(QStringLiteral("Txtlog"));
     log->setFont(MonoFont());
-    log->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     bind::log(m.Txtlog, log);
     box->addWidget(log);
     auto* row = new QHBoxLayout;

@@ -10,6 +10,7 @@
 
 #include "foundation/controls.h"
 #include "foundation/qt_binding.h"
+#include "foundation/qt_log_view.h"
 
 using namespace i2cbridge;
 
@@ -25,6 +26,7 @@ private slots:
     void clickNeedsLeftPressAndReleaseOverTheWidget();
     void tabsFollowTheModelAndReportTheUsersChoice();
     void scrollBarTakesPlaceRangeAndValueInTwips();
+    void logViewShowsTheModelsLinesWithTheNewestInView();
 };
 
 void BindingTest::hiddenModelKeepsItsWidgetHiddenWhenTheWindowShows() {
@@ -174,6 +176,31 @@ void BindingTest::scrollBarTakesPlaceRangeAndValueInTwips() {
     bar->setValue(40);
     QCOMPARE(model.value(), 600);
     QCOMPARE(changes, 1);
+}
+
+void BindingTest::logViewShowsTheModelsLinesWithTheNewestInView() {
+    LogBox model;
+    model.append("Setting up :11-18-2026 17:05:09\r\n\r\n");
+    LogView view(model.text());
+    bind::log(model, &view);
+    view.resize(300, 100);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    for (int i = 0; i < 50; ++i) model.append("Entry " + std::to_string(i) + "\r\n\r\n");
+
+    QCOMPARE(view.lineCount(), 2 * 51 + 1);  // each entry, a blank line, and the empty last
+    QString shown = QString::fromStdString(model.text());
+    QCOMPARE(view.toPlainText(), shown.remove(QLatin1Char('\r')));
+    QScrollBar* bar = view.verticalScrollBar();
+    QTRY_VERIFY(bar->maximum() > 0);
+    QCOMPARE(bar->value(), bar->maximum());
+
+    QTest::keyClick(&view, Qt::Key_A, Qt::ControlModifier);
+    QCOMPARE(view.selectedText(), view.toPlainText());
+    model.clear();
+    QCOMPARE(view.toPlainText(), QString());
+    QCOMPARE(view.selectedText(), QString());
+    QCOMPARE(bar->maximum(), 0);
 }
 
 QTEST_MAIN(BindingTest)

@@ -8,7 +8,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStatusBar>
@@ -20,6 +19,7 @@
 #include "foundation/colors.h"
 #include "foundation/hex_text.h"
 #include "foundation/qt_binding.h"
+#include "foundation/qt_log_view.h"
 #include "registers/qt_main_window.h"
 #include "support/fakes.h"
 
@@ -51,7 +51,7 @@ struct ShownWindow {
     QColor lamp(const QString& name) { return view.control<LampWidget>(name)->color(); }
     QLineEdit* box(const QString& name) { return view.control<QLineEdit>(name); }
     QPushButton* button(const QString& name) { return view.control<QPushButton>(name); }
-    QString logShown() { return view.control<QPlainTextEdit>("Txtlog")->toPlainText(); }
+    QString logShown() { return view.control<LogView>("Txtlog")->toPlainText(); }
     QString statusShown() { return view.control<QLabel>("StatusMessage")->text(); }
     void click(const QString& name) { QTest::mouseClick(button(name), Qt::LeftButton); }
     void type(const QString& name, const QString& text) {
@@ -258,7 +258,7 @@ void MainWindowTest::tabClickRunsTheTabHandler() {
     QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(1).center());
     QCOMPARE(w.m().SSTab1.tab(), 1);
     QCOMPARE(w.rig.pump.yields - yields, 2);  // the tab handler yields twice
-    QVERIFY(w.view.control<QPlainTextEdit>("Txtlog")->isVisible());
+    QVERIFY(w.view.control<LogView>("Txtlog")->isVisible());
 }
 
 void MainWindowTest::menuItemsReachTheirHandlers() {
