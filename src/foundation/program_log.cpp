@@ -41,7 +41,7 @@ void ProgramLog::LogNote(std::string_view text) {
 
 void ProgramLog::Clear() {
     panel_().Txtlog.clear();
-    tell({});
+    if (onNewestEntry) onNewestEntry({});
 }
 
 }  // namespace i2cbridge

@@ -33,7 +33,8 @@ public:
     bool LogErrorFlag = false;
 
     // Told the plain message of each new entry (no time stamp, no suffix), and an empty text
-    // when the log is cleared: what a status line shows.
+    // when the log is cleared: what a status line shows. An entry without a message (only a
+    // time stamp) is not told, so that it does not hide the failure before it.
     std::function<void(std::string_view message)> onNewestEntry;
 
     void LogMessage(std::string_view text, std::string_view suffix = kCrLf);
@@ -43,7 +44,7 @@ public:
 
 private:
     void tell(std::string_view text) {
-        if (onNewestEntry) onNewestEntry(text);
+        if (onNewestEntry && !text.empty()) onNewestEntry(text);
     }
 
     UiPump& clock_;

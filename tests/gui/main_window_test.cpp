@@ -245,6 +245,8 @@ void MainWindowTest::clearLogEmptiesBothModelAndWidget() {
     w.rig.wb->log.LogMessage("Already Opened");
     QVERIFY(w.logShown().startsWith("Already Opened :"));
     QCOMPARE(w.statusShown(), QStringLiteral("Already Opened"));
+    w.rig.wb->log.LogMessage("");  // a time stamp alone
+    QCOMPARE(w.statusShown(), QStringLiteral("Already Opened"));
     w.rig.wb->log.LogNote("DeviceDetach: Received detach\r\nfor device handle &H1");
     QCOMPARE(w.statusShown(),
              QStringLiteral("DeviceDetach: Received detach for device handle &H1"));
