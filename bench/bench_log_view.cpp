@@ -27,8 +27,9 @@ QApplication& App() {
     static char name[] = "bench_log_view";
     static char* argv[] = {name, nullptr};
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication app(argc, argv);
-    return app;
+    // Never destroyed: Qt's own globals may be gone by the time static objects are.
+    static auto* app = new QApplication(argc, argv);
+    return *app;
 }
 
 // The main window's tabs: a general page and the log page with its bound view.
