@@ -76,6 +76,30 @@ std::optional<std::string> WriteAll(int fd, std::string_view data) {
     return std::nullopt;
 }
 
+// As with a read-only file, the mode bits count even for a user whom the system would let
+// create files anyway.
+bool FolderAllowsNoNewFiles(const fs::path& target) {
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    struct stat st {};
+    if (::stat(folder.c_str(), &st) != 0) return false;
+    if ((st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) return true;
+    return ::access(folder.c_str(), W_OK | X_OK) != 0 && errno == EACCES;
+}
+
+// The old bytes are overwritten first and the rest cut off last, so the file is never shorter
+// than the new text while it is being written.
+std::optional<std::string> WriteInPlace(const fs::path& target, std::string_view data) {
+    const int fd = ::open(target.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd < 0) return "the file cannot be opened for writing: " + ErrorText(errno);
+    std::optional<std::string> failure = WriteAll(fd, data);
+    if (!failure && ::ftruncate(fd, static_cast<off_t>(data.size())) != 0) {
+        failure = "writing failed: " + ErrorText(errno);
+    }
+    if (!failure && ::fsync(fd) != 0) failure = "writing failed: " + ErrorText(errno);
+    if (::close(fd) != 0 && !failure) failure = "writing failed: " + ErrorText(errno);
+    return failure;
+}
+
 // Makes the rename itself survive a power cut. A folder that cannot be synced does not
 // undo a save that has already happened, so failures here are not reported.
 void SyncFolder(const fs::path& target) {
@@ -88,7 +112,9 @@ void SyncFolder(const fs::path& target) {
 
 }  // namespace
 
-std::optional<std::string> WriteFileAtomically(const std::string& path, std::string_view data) {
+std::optional<std::string> WriteFileAtomically(const std::string& path, std::string_view data,
+                                               bool* wroteInPlace) {
+    if (wroteInPlace) *wroteInPlace = false;
     if (path.empty()) return "no file name was given";
     fs::path target(path);
 
@@ -113,6 +139,11 @@ std::optional<std::string> WriteFileAtomically(const std::string& path, std::str
         return "part of the folder path is not a folder";
     } else if (errno != ENOENT) {
         return "the file cannot be reached: " + ErrorText(errno);
+    }
+
+    if (exists && FolderAllowsNoNewFiles(target)) {
+        if (wroteInPlace) *wroteInPlace = true;
+        return WriteInPlace(target, data);
     }
 
     TemporaryFile temp;

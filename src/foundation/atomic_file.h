@@ -4,6 +4,9 @@
 // flushed to the disk and closed, and only then renamed over the target. A save that fails at
 // any step (no such folder, read-only file, full disk) leaves the earlier file exactly as it
 // was and no stray file behind.
+//
+// A writable file in a folder where no file may be created cannot be saved that way; it is
+// written over in place instead, which a failure part way leaves incomplete.
 
 #include <optional>
 #include <string>
@@ -17,6 +20,8 @@ namespace i2cbridge {
 // A file that is read-only is not replaced, although the folder would allow it. An existing
 // file keeps its permission bits; a symbolic link keeps pointing at the file it names, which
 // is the one replaced. Other hard links to the old file keep the old content.
-std::optional<std::string> WriteFileAtomically(const std::string& path, std::string_view data);
+// wroteInPlace, when given, tells whether the file was written over in place.
+std::optional<std::string> WriteFileAtomically(const std::string& path, std::string_view data,
+                                               bool* wroteInPlace = nullptr);
 
 }  // namespace i2cbridge

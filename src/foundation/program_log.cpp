@@ -20,7 +20,7 @@ ProgramLog::ProgramLog(UiPump& clock, const ColorSet& colors) : clock_(clock), c
 
 void ProgramLog::append(std::string_view text, std::string_view suffix) {
     AppendLogLine(Txtlog, text, suffix, false, clock_.now());
-    if (onEntry) onEntry(text);
+    if (onEntry && !text.empty()) onEntry(text);
 }
 
 void ProgramLog::LogMessage(std::string_view text, std::string_view suffix) {
@@ -38,6 +38,11 @@ void ProgramLog::LogError(std::string_view text) {
 
 void ProgramLog::LogNote(std::string_view text) {
     append(text, kCrLf);
+}
+
+void ProgramLog::Clear() {
+    Txtlog.clear();
+    if (onEntry) onEntry({});
 }
 
 }  // namespace i2cbridge

@@ -28,12 +28,16 @@ public:
     bool LogErrorFlag = false;
     LogBox Txtlog;
     Lamp shpLogStatus;
-    // Told each entry's text without its time stamp, as it is written.
+    // Told the plain text of each new entry (no time stamp, no suffix), and an empty text when
+    // the log is cleared: what a status line shows and what the command line prints. An entry
+    // without a message (only a time stamp) is not told, so that it does not hide the failure
+    // before it.
     std::function<void(std::string_view text)> onEntry;
 
     void LogMessage(std::string_view text, std::string_view suffix = kCrLf);
     void LogError(std::string_view text);
     void LogNote(std::string_view text);
+    void Clear();
 
 private:
     void append(std::string_view text, std::string_view suffix);

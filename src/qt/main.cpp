@@ -5,6 +5,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QMessageBox>
+#include <QScreen>
 #include <QTimer>
 #include <cstdio>
 #include <memory>
@@ -37,9 +39,10 @@ bool Save(QWidget& window, const QDir& dir, const char* name) {
     return false;
 }
 
-// Pictures of the main window for the docs: as it starts, with the connection open, the log
-// page, and a window too small for the register view (scroll bars).
-int SaveScreenshots(MainWindowView& view, const QString& folder) {
+// Pictures of the main window for the docs: as it starts, with the connection open, a refused
+// close in the status bar, the log page, a window too small for the register view (scroll
+// bars), and the GPIO screen opened beside it.
+int SaveScreenshots(QtWindows& windows, MainWindowView& view, const QString& folder) {
     QDir dir(folder);
     if (!dir.mkpath(QStringLiteral("."))) {
         std::fprintf(stderr, "i2cbridge: cannot create the folder %s\n", qPrintable(folder));
@@ -49,6 +52,8 @@ int SaveScreenshots(MainWindowView& view, const QString& folder) {
     bool ok = Save(view, dir, "main-general.png");
     m.cmdUSBConnect_Click();
     ok = Save(view, dir, "main-connected.png") && ok;
+    view.close();  // refused while the connection is open
+    ok = Save(view, dir, "main-status.png") && ok;
     m.cmdUSBDisconnect_Click();
     m.SSTab1.setTab(1);
     ok = Save(view, dir, "main-log.png") && ok;
@@ -56,6 +61,15 @@ int SaveScreenshots(MainWindowView& view, const QString& folder) {
     const QSize full = view.size();
     view.resize(760, 520);
     ok = Save(view, dir, "main-small.png") && ok;
+    view.resize(900, full.height());
+    m.mnuGPIO_Click();
+    Settle();
+    const QString both = dir.filePath(QStringLiteral("gpio-beside-main.png"));
+    if (!view.screen()->grabWindow(0).save(both)) {
+        std::fprintf(stderr, "i2cbridge: could not write %s\n", qPrintable(both));
+        ok = false;
+    }
+    if (QWidget* gpio = windows.gpioWindow()) gpio->close();
     view.resize(full);
 
     // A register table loaded from the example definitions file, written and read back.
@@ -85,6 +99,10 @@ int main(int argc, char** argv) {
         std::fputs(UsageText("i2cbridge").c_str(), stdout);
         return 0;
     }
+    if (options.version) {
+        std::fputs(VersionText("i2cbridge").c_str(), stdout);
+        return 0;
+    }
 
     QApplication app(argc, argv);
     QApplication::setApplicationName(QLatin1String(kAppTitle));
@@ -110,8 +128,9 @@ int main(int argc, char** argv) {
 
     if (!options.screenshotDir.empty()) {
         const QString folder = QString::fromStdString(options.screenshotDir);
-        QTimer::singleShot(300, &view,
-                           [&view, folder] { QApplication::exit(SaveScreenshots(view, folder)); });
+        QTimer::singleShot(300, &view, [&windows, &view, folder] {
+            QApplication::exit(SaveScreenshots(windows, view, folder));
+        });
     }
     // The windows go before the models they show: `startup` and `windows` are destroyed
     // before `program` and `wb`.

@@ -7,19 +7,20 @@
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QTabWidget>
-#include <QTextCursor>
 
 #include "foundation/colors.h"
+#include "foundation/display_text.h"
+#include "qt/qt_log_view.h"
 
 namespace i2cbridge {
 
 namespace {
 
-QString Q(const std::string& s) {
-    return QString::fromStdString(s);
+// The core keeps the bytes it was given; text that is not UTF-8 came from a Windows file.
+QString Q(std::string_view s) {
+    return QString::fromStdString(DisplayText(s));
 }
 
 // Attaches a repaint to the model and detaches it again when the widget goes away first.
@@ -160,8 +161,9 @@ void text(TextBox& model, QLineEdit* widget) {
         const QString t = Q(model.text());
         if (widget->text() != t) widget->setText(t);
     });
-    QObject::connect(widget, &QLineEdit::textEdited,
-                     [&model](const QString& t) { model.setText(t.toStdString()); });
+    QObject::connect(widget, &QLineEdit::textEdited, [&model](const QString& t) {
+        model.setText(StoredText(t.toStdString(), model.text()));
+    });
 }
 
 void label(Label& model, QLabel* widget) {
@@ -212,22 +214,11 @@ void check(CheckBox& model, QCheckBox* widget, std::function<void()> onClick) {
     });
 }
 
-void log(LogBox& model, QPlainTextEdit* widget) {
-    widget->setReadOnly(true);
-    widget->setPlainText(Q(model.text()));
-    widget->moveCursor(QTextCursor::End);
+void log(LogBox& model, LogView* widget) {
     ApplyCommon(model, widget);
     model.onChange = [&model, widget] { ApplyCommon(model, widget); };
-    model.onAppend = [widget](std::string_view appended) {
-        // The log's line breaks are CR LF; the widget wants one break per line.
-        QString text = QString::fromUtf8(appended.data(), static_cast<qsizetype>(appended.size()));
-        text.remove(QLatin1Char('\r'));
-        QTextCursor cursor(widget->document());
-        cursor.movePosition(QTextCursor::End);
-        cursor.insertText(text);
-        widget->moveCursor(QTextCursor::End);
-    };
-    model.onClear = [widget] { widget->clear(); };
+    model.onAppend = [widget](std::string_view) { widget->appended(); };
+    model.onClear = [widget] { widget->cleared(); };
     QObject::connect(widget, &QObject::destroyed, [&model] {
         model.onChange = nullptr;
         model.onAppend = nullptr;

@@ -15,11 +15,12 @@ class QLineEdit;
 class QLabel;
 class QAbstractButton;
 class QCheckBox;
-class QPlainTextEdit;
 class QScrollBar;
 class QTabWidget;
 
 namespace i2cbridge {
+
+class LogView;
 
 // A filled circle with a thin border: the status lamps.
 class LampWidget : public QWidget {
@@ -52,9 +53,9 @@ void lamp(Lamp& model, LampWidget* widget);
 void button(Button& model, QAbstractButton* widget, std::function<void()> onClick);
 // A user click sets the model's state first, then runs the handler.
 void check(CheckBox& model, QCheckBox* widget, std::function<void()> onClick);
-// The log box: appends go to the end of the widget without re-reading the whole text, and the
-// caret follows the end so the newest entry stays in view.
-void log(LogBox& model, QPlainTextEdit* widget);
+// The log box: the view reads the model's text and is told what was appended; the newest entry
+// stays in view.
+void log(LogBox& model, LogView* widget);
 void scroll(ScrollBar& model, QScrollBar* widget, std::function<void()> onChange);
 void geometry(Box& model, QWidget* widget);  // rect in twips, 15 per pixel
 // Tab control: the user's choice of page sets the model first, then runs the handler.

@@ -16,9 +16,12 @@
 #include "app/program.h"
 #include "gpio/frm_gpio.h"
 #include "qt/qt_binding.h"
+#include "qt/qt_placement.h"
 #include "workbench/workbench.h"
 
 namespace i2cbridge {
+
+class MainWindowView;
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QFontDatabase>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -9,17 +10,21 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStatusBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 
 #include "app/program.h"
 #include "foundation/colors.h"
+#include "foundation/display_text.h"
 #include "qt/qt_binding.h"
+#include "qt/qt_log_view.h"
 #include "registers/frm_i2c_general.h"
 #include "workbench/workbench.h"
 
@@ -102,6 +107,29 @@ QPushButton* MakeButton(const QString& name) {
     return button;
 }
 
+// The wheel over the register view turns the scroll bar it would move, which scrolls the view
+// through the model as dragging the bar does. Vertical first; a hidden bar does not move.
+class WheelToScrollBars : public QObject {
+public:
+    WheelToScrollBars(QWidget* page, QScrollBar* vertical, QScrollBar* horizontal)
+        : QObject(page), vertical_(vertical), horizontal_(horizontal) {}
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() != QEvent::Wheel) return false;
+        const QPoint delta = static_cast<QWheelEvent*>(event)->angleDelta();
+        const bool sideways = std::abs(delta.x()) > std::abs(delta.y());
+        QScrollBar* bar = sideways || vertical_->isHidden() ? horizontal_ : vertical_;
+        if (bar->isHidden()) return false;
+        QCoreApplication::sendEvent(bar, event);
+        return true;
+    }
+
+private:
+    QScrollBar* vertical_;
+    QScrollBar* horizontal_;
+};
+
 // The general page reports the size that shows every control without scroll bars, so the
 // window's own size hint is the size that fits the whole register view.
 class ScrollPage : public QWidget {
@@ -125,6 +153,7 @@ MainWindowView::MainWindowView(Program& program, bool simulatedBoard, QWidget* p
     bind::tabs(model_.SSTab1, tabs_, [this] { model_.SSTab1_Click(); });
     setCentralWidget(tabs_);
     buildMenus();
+    buildStatusBar(program.wb);
 
     syncInnerSize();
 }
@@ -201,6 +230,7 @@ QWidget* MainWindowView::buildGeneralPage() {
     bind::geometry(m.pbinner, inner_);
     bind::scroll(m.VScroll1, vscroll, [&m] { m.VScroll1_Change(); });
     bind::scroll(m.HScroll1, hscroll, [&m] { m.HScroll1_Change(); });
+    page->installEventFilter(new WheelToScrollBars(page, vscroll, hscroll));
 
     page->hint = [this] {
         const QSize content = inner_->sizeHint();
@@ -528,10 +558,9 @@ QWidget* MainWindowView::buildLogPage() {
     FrmI2CGeneral& m = model_;
     auto* page = new QWidget;
     auto* box = new QVBoxLayout(page);
-    auto* log = new QPlainTextEdit;
+    auto* log = new LogView(m.Txtlog.text());
     log->setObjectName(QStringLiteral("Txtlog"));
     log->setFont(MonoFont());
-    log->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     bind::log(m.Txtlog, log);
     box->addWidget(log);
     auto* row = new QHBoxLayout;
@@ -547,22 +576,45 @@ QWidget* MainWindowView::buildLogPage() {
 void MainWindowView::buildMenus() {
     FrmI2CGeneral& m = model_;
     auto add = [this](QMenu* menu, const char* name, const QString& text,
-                      std::function<void()> action) {
+                      std::function<void()> action, const QKeySequence& keys = {}) {
         QAction* item = menu ? menu->addAction(text) : menuBar()->addAction(text);
         item->setObjectName(QLatin1String(name));
+        item->setShortcut(keys);
         connect(item, &QAction::triggered, this, [action] { action(); });
     };
-    QMenu* file = menuBar()->addMenu(QStringLiteral("File"));
+    // The mnemonics ("&") only underline a letter; the captions read as before.
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     file->setObjectName(QStringLiteral("mnuFileProcess"));
     QMenu* open = file->addMenu(QStringLiteral("Open"));
     open->setObjectName(QStringLiteral("mnuOPen"));
-    add(open, "mnuSetup_Open", QStringLiteral("Comm Register Definitions"),
-        [&m] { m.mnuSetup_Open_Click(); });
+    add(
+        open, "mnuSetup_Open", QStringLiteral("Comm Register Definitions"),
+        [&m] { m.mnuSetup_Open_Click(); }, QKeySequence::Open);
     add(open, "mnu_ScriptShow", QStringLiteral("Script Execution"),
         [&m] { m.mnu_ScriptShow_Click(); });
     add(open, "mnuGPIO", QStringLiteral("GPIO Screen"), [&m] { m.mnuGPIO_Click(); });
-    add(file, "mnuSetup_Save", QStringLiteral("Save"), [&m] { m.mnuSetup_Save_Click(); });
-    add(nullptr, "frmAbout", QStringLiteral("About"), [&m] { m.frmAbout_Click(); });
+    add(
+        file, "mnuSetup_Save", QStringLiteral("Save"), [&m] { m.mnuSetup_Save_Click(); },
+        QKeySequence::Save);
+    add(nullptr, "frmAbout", QStringLiteral("&About"), [&m] { m.frmAbout_Click(); });
+}
+
+// The newest log entry stays in sight while the log page is hidden. A label rather than the
+// bar's own message, which the menus' empty status tips would wipe out.
+void MainWindowView::buildStatusBar(Workbench& wb) {
+    auto* newest = new QLabel;
+    newest->setObjectName(QStringLiteral("StatusMessage"));
+    // A long entry is cut off at the window's edge instead of widening the window.
+    newest->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    statusBar()->addWidget(newest, 1);
+    wb.log.onEntry = [newest](std::string_view message) {
+        QString line = QString::fromStdString(DisplayText(message));
+        line.replace(QLatin1String("\r\n"), QLatin1String(" "));
+        line.replace(QLatin1Char('\r'), QLatin1Char(' '))
+            .replace(QLatin1Char('\n'), QLatin1Char(' '));
+        newest->setText(line);
+    };
+    connect(newest, &QObject::destroyed, [&wb] { wb.log.onEntry = nullptr; });
 }
 
 void MainWindowView::syncInnerSize() {

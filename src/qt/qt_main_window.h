@@ -12,6 +12,7 @@ class QTabWidget;
 namespace i2cbridge {
 
 class Program;
+class Workbench;
 class FrmI2CGeneral;
 
 // The model is held by a base that comes before the widget, so it outlives the child
@@ -50,6 +51,7 @@ private:
     QWidget* buildRawPanel();
     QWidget* buildLampLegend();
     void buildMenus();
+    void buildStatusBar(Workbench& wb);
     // The content's size goes to the model (pbinner), then the resize rule runs again.
     void syncInnerSize();
     void applyResize();

@@ -11,6 +11,12 @@
 
 namespace i2cbridge {
 
+namespace {
+// Room for a window manager's frame, in pixels: both borders, and the title bar with its border.
+constexpr int kFrameAllowance = 16;
+constexpr int kTitleBarAllowance = 48;
+}  // namespace
+
 StartupWindow::StartupWindow(QtWindows& windows, bool simulatedBoard)
     : windows_(windows), simulated_(simulatedBoard) {
     setObjectName(QStringLiteral("frmStartup"));
@@ -39,11 +45,15 @@ StartupWindow::~StartupWindow() = default;
 void StartupWindow::Form_Load() {
     hide();
     if (!main_) main_ = std::make_unique<MainWindowView>(windows_.program, simulated_);
+    windows_.mainWindow = main_.get();
     // Open the main window at the size that shows every control, as far as the screen allows.
     main_->ensurePolished();  // the style's margins count in the size
     QSize size = main_->fullSize();
     if (const QScreen* screen = QGuiApplication::primaryScreen()) {
-        size = size.boundedTo(screen->availableSize() * 0.95);
+        // The window manager's title bar and borders are not known before the window shows.
+        const QSize frame = (main_->frameGeometry().size() - main_->size())
+                                .expandedTo(QSize(kFrameAllowance, kTitleBarAllowance));
+        size = size.boundedTo(screen->availableSize() - frame);
     }
     main_->resize(size);
     main_->show();

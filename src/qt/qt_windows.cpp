@@ -7,6 +7,7 @@
 #include "app/program.h"
 #include "qt/qt_about_box.h"
 #include "qt/qt_gpio_window.h"
+#include "qt/qt_placement.h"
 #include "qt/qt_script_window.h"
 #include "qt/qt_system_info_launcher.h"
 
@@ -42,6 +43,8 @@ void QtWindows::showGpioScreen() {
         window = CreateGpioWindow(program);
         gpio_ = window;
         window->adjustSize();
+        // Beside the main window rather than over it, so both can be watched.
+        if (mainWindow && mainWindow->isVisible()) MoveBeside(*window, *mainWindow);
     }
     Present(window, wasOpen);
 }

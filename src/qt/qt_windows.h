@@ -24,6 +24,8 @@ public:
     QtWindows& operator=(const QtWindows&) = delete;
 
     Program& program;
+    // The main window, which other windows open beside.
+    QPointer<QWidget> mainWindow;
 
     // Shows the GPIO screen modeless, creating its window if needed; a second call raises the
     // open one. The window shows the model the Program already has (the main window's start-up

@@ -159,7 +159,7 @@ void FrmI2CGeneral::SSTab1_Click() {
 }
 
 void FrmI2CGeneral::cmdClearLog_Click() {
-    Txtlog.clear();
+    wb_.log.Clear();
 }
 
 void FrmI2CGeneral::driverStarted(UsbDriverHandle handle) {

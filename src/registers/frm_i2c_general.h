@@ -14,6 +14,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "foundation/controls.h"
@@ -195,8 +196,8 @@ private:
     void openBracket() { bracket_.open(); }
     void closeBracket() { bracket_.close(); }
     // Upper-cases a write box and turns a zero value into "00". A value outside 00..FF becomes
-    // "--" with the log line "Invalid Write Value"; the result says whether to go on.
-    bool acceptWriteValue(TextBox& box);
+    // "--" with the log line "Invalid Write Value" and no value; otherwise the value checked.
+    std::optional<uint8_t> acceptWriteValue(TextBox& box);
     // Shows a reply's count byte in lblReadCount and paints the operation's lamp: the two
     // greens in turn when the reply judge said ok, light red otherwise. Returns ok.
     bool judgeReply(uint8_t count, bool ok, Lamp& lamp);

@@ -49,9 +49,16 @@ bool FrmI2CGeneral::WriteParameters(const std::string& strParamFile, FrmI2CGener
     }
     const std::string text = FormatRegisterFile(table);
     // The whole text goes out in one step, so a failed save leaves the earlier file whole.
-    if (auto failure = WriteFileAtomically(strParamFile, text)) {
+    bool inPlace = false;
+    if (auto failure = WriteFileAtomically(strParamFile, text, &inPlace)) {
         wb_.log.LogMessage(FileLogText(strParamFile, "was not saved: " + *failure), kCrLf);
         return false;
+    }
+    if (inPlace) {
+        wb_.log.LogMessage(FileLogText(strParamFile,
+                                       "was written over in place: its folder allows no new "
+                                       "file, so the save was not whole-or-nothing"),
+                           kCrLf);
     }
     return true;
 }

@@ -59,15 +59,16 @@ void FrmI2CGeneral::cmdwriteAll_Click() {
 }
 
 // A single row is written whatever its address text: an inactive row writes the register its
-// text reads as (an empty address writes register 00).
+// text reads as (an empty address writes register 00). The value sent is the one checked: the
+// open yields, and the box may be edited meanwhile.
 void FrmI2CGeneral::writeRow(int row, WriteAddressFrom from) {
-    if (!acceptWriteValue(txtBWrite[row])) return;
+    const auto value = acceptWriteValue(txtBWrite[row]);
+    if (!value) return;
     openBracket();
     const uint8_t address =
         from == WriteAddressFrom::Box ? EntryByte(txtI2CAdr.text()) : wb_.i2c.I2CWriteAddress;
     const auto reply =
-        SingleRegisterWrite(wb_.usb, wb_.i2c, address, EntryByte(Reg_Adr[row].text()),
-                            EntryByte(txtBWrite[row].text()));
+        SingleRegisterWrite(wb_.usb, wb_.i2c, address, EntryByte(Reg_Adr[row].text()), *value);
     showRowWrite(row, reply[0]);
     closeBracket();
 }

@@ -28,16 +28,16 @@ void PadAddress(TextBox& box) {
 
 }  // namespace
 
-bool FrmI2CGeneral::acceptWriteValue(TextBox& box) {
+std::optional<uint8_t> FrmI2CGeneral::acceptWriteValue(TextBox& box) {
     box.setText(UpperCase(box.text()));
     if (HexToInt(box.text()) == 0) box.setText("00");
     const int value = HexToInt(box.text());
     if (value < 0 || value > 255) {
         box.setText("--");
         wb_.log.LogMessage("Invalid Write Value", kCrLf);
-        return false;
+        return std::nullopt;
     }
-    return true;
+    return static_cast<uint8_t>(value);
 }
 
 bool FrmI2CGeneral::judgeReply(uint8_t count, bool ok, Lamp& lamp) {

@@ -10,6 +10,7 @@
 
 #include "foundation/controls.h"
 #include "qt/qt_binding.h"
+#include "qt/qt_log_view.h"
 
 using namespace i2cbridge;
 
@@ -19,11 +20,13 @@ class BindingTest : public QObject {
 private slots:
     void hiddenModelKeepsItsWidgetHiddenWhenTheWindowShows();
     void widgetWithoutParentNeverOpensAsAWindow();
+    void textFromAWindowsFileShowsAndIsTypedAsWindows1252();
     void enterGivesTheKeyPressHandlerCode13();
     void focusLossCountsOnlyInsideTheWindow();
     void clickNeedsLeftPressAndReleaseOverTheWidget();
     void tabsFollowTheModelAndReportTheUsersChoice();
     void scrollBarTakesPlaceRangeAndValueInTwips();
+    void logViewShowsTheModelsLinesWithTheNewestInView();
 };
 
 void BindingTest::hiddenModelKeepsItsWidgetHiddenWhenTheWindowShows() {
@@ -62,6 +65,15 @@ void BindingTest::widgetWithoutParentNeverOpensAsAWindow() {
     model.setVisible(false);
     model.setVisible(true);
     QVERIFY(!orphan.isVisible());
+}
+
+void BindingTest::textFromAWindowsFileShowsAndIsTypedAsWindows1252() {
+    TextBox model("Phase 90\xB0");
+    QLineEdit box;
+    bind::text(model, &box);
+    QCOMPARE(box.text(), QStringLiteral("Phase 90°"));
+    QTest::keyClicks(&box, QStringLiteral(" µs"));
+    QCOMPARE(model.text(), std::string("Phase 90\xB0 \xB5s"));
 }
 
 void BindingTest::enterGivesTheKeyPressHandlerCode13() {
@@ -164,6 +176,31 @@ void BindingTest::scrollBarTakesPlaceRangeAndValueInTwips() {
     bar->setValue(40);
     QCOMPARE(model.value(), 600);
     QCOMPARE(changes, 1);
+}
+
+void BindingTest::logViewShowsTheModelsLinesWithTheNewestInView() {
+    LogBox model;
+    model.append("Setting up :11-18-2026 17:05:09\r\n\r\n");
+    LogView view(model.text());
+    bind::log(model, &view);
+    view.resize(300, 100);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    for (int i = 0; i < 50; ++i) model.append("Entry " + std::to_string(i) + "\r\n\r\n");
+
+    QCOMPARE(view.lineCount(), 2 * 51 + 1);  // each entry, a blank line, and the empty last
+    QString shown = QString::fromStdString(model.text());
+    QCOMPARE(view.toPlainText(), shown.remove(QLatin1Char('\r')));
+    QScrollBar* bar = view.verticalScrollBar();
+    QTRY_VERIFY(bar->maximum() > 0);
+    QCOMPARE(bar->value(), bar->maximum());
+
+    QTest::keyClick(&view, Qt::Key_A, Qt::ControlModifier);
+    QCOMPARE(view.selectedText(), view.toPlainText());
+    model.clear();
+    QCOMPARE(view.toPlainText(), QString());
+    QCOMPARE(view.selectedText(), QString());
+    QCOMPARE(bar->maximum(), 0);
 }
 
 QTEST_MAIN(BindingTest)

@@ -6,6 +6,7 @@
 #include <QEventLoop>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 #include <QTimer>
 #include <memory>
@@ -13,6 +14,8 @@
 #include "foundation/colors.h"
 #include "gpio/frm_gpio.h"
 #include "qt/qt_binding.h"
+#include "qt/qt_main_window.h"
+#include "qt/qt_placement.h"
 #include "qt/qt_windows.h"
 #include "support/fakes.h"
 
@@ -203,6 +206,35 @@ private slots:
         destroyClosedWindows();
         QVERIFY(w.isNull());
         QVERIFY(model.expired());
+    }
+
+    void placementBesideAnotherWindow() {
+        const QRect screen(0, 0, 1000, 800);
+        const struct {
+            QRect anchor;
+            QSize size;
+            QPoint at;
+        } cases[] = {
+            {{0, 0, 600, 500}, {300, 400}, {600, 0}},        // to the right
+            {{500, 100, 400, 300}, {300, 200}, {200, 100}},  // no room right: to the left
+            {{100, 0, 800, 700}, {300, 200}, {700, 0}},      // no room either side: on the area
+            {{0, 700, 400, 100}, {300, 200}, {400, 600}},    // pushed up onto the area
+        };
+        for (const auto& c : cases) QCOMPARE(PlaceBeside(c.anchor, c.size, screen), c.at);
+    }
+
+    void opensBesideTheMainWindow() {
+        MainWindowView main(*rig->program, true);
+        main.resize(120, 300);
+        main.move(0, 0);
+        main.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&main));
+        windows->mainWindow = &main;
+        windows->showGpioScreen();
+        QVERIFY(QTest::qWaitForWindowExposed(window()));
+        const QRect gpio = window()->frameGeometry();
+        QVERIFY(!gpio.intersects(main.frameGeometry()));
+        QVERIFY(main.screen()->availableGeometry().contains(gpio));
     }
 
     // Under a real display with I2CB_SCREENSHOT_DIR set, saves the window as gpio_screen.png.

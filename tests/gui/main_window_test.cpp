@@ -1,14 +1,16 @@
 // The main window on the simulated board, offscreen: user actions reach the handlers through
 // the widgets, and what the handlers change shows in the widgets.
 
+#include <QtTest/qtestspontaneevent.h>
+
 #include <QAction>
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QtTest>
@@ -17,6 +19,7 @@
 #include "foundation/colors.h"
 #include "foundation/hex_text.h"
 #include "qt/qt_binding.h"
+#include "qt/qt_log_view.h"
 #include "qt/qt_main_window.h"
 #include "support/fakes.h"
 
@@ -48,7 +51,8 @@ struct ShownWindow {
     QColor lamp(const QString& name) { return view.control<LampWidget>(name)->color(); }
     QLineEdit* box(const QString& name) { return view.control<QLineEdit>(name); }
     QPushButton* button(const QString& name) { return view.control<QPushButton>(name); }
-    QString logShown() { return view.control<QPlainTextEdit>("Txtlog")->toPlainText(); }
+    QString logShown() { return view.control<LogView>("Txtlog")->toPlainText(); }
+    QString statusShown() { return view.control<QLabel>("StatusMessage")->text(); }
     void click(const QString& name) { QTest::mouseClick(button(name), Qt::LeftButton); }
     void type(const QString& name, const QString& text) {
         QLineEdit* edit = box(name);
@@ -74,6 +78,7 @@ private slots:
     void clearLogEmptiesBothModelAndWidget();
     void tabClickRunsTheTabHandler();
     void menuItemsReachTheirHandlers();
+    void menusAnswerTheKeyboard();
     void activationTakesTheI2CAddress();
     void fullSizeFitsEveryControlWithoutScrollBars();
     void scrollBarsMoveTheRegisterView();
@@ -129,6 +134,8 @@ void MainWindowTest::closeIsRefusedWhileTheConnectionIsOpen() {
     QVERIFY(w.view.isVisible());
     QCOMPARE(w.ended, 0);
     QVERIFY(w.logShown().contains(refusal));
+    QCOMPARE(w.statusShown(), refusal);  // seen without the log page
+    QVERIFY(w.view.statusBar()->isVisible());
     QVERIFY(!w.view.close());  // every try writes its line
     QCOMPARE(w.logShown().count(refusal), 2);
 
@@ -228,8 +235,15 @@ void MainWindowTest::clearLogEmptiesBothModelAndWidget() {
     w.click("cmdClearLog");
     QVERIFY(w.m().Txtlog.text().empty());
     QVERIFY(w.logShown().isEmpty());
+    QVERIFY(w.statusShown().isEmpty());
     w.rig.wb->log.LogMessage("Already Opened");
     QVERIFY(w.logShown().startsWith("Already Opened :"));
+    QCOMPARE(w.statusShown(), QStringLiteral("Already Opened"));
+    w.rig.wb->log.LogMessage("");  // a time stamp alone
+    QCOMPARE(w.statusShown(), QStringLiteral("Already Opened"));
+    w.rig.wb->log.LogNote("DeviceDetach: Received detach\r\nfor device handle &H1");
+    QCOMPARE(w.statusShown(),
+             QStringLiteral("DeviceDetach: Received detach for device handle &H1"));
 }
 
 void MainWindowTest::tabClickRunsTheTabHandler() {
@@ -240,7 +254,7 @@ void MainWindowTest::tabClickRunsTheTabHandler() {
     QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(1).center());
     QCOMPARE(w.m().SSTab1.tab(), 1);
     QCOMPARE(w.rig.pump.yields - yields, 2);  // the tab handler yields twice
-    QVERIFY(w.view.control<QPlainTextEdit>("Txtlog")->isVisible());
+    QVERIFY(w.view.control<LogView>("Txtlog")->isVisible());
 }
 
 void MainWindowTest::menuItemsReachTheirHandlers() {
@@ -261,6 +275,25 @@ void MainWindowTest::menuItemsReachTheirHandlers() {
     QVERIFY(!w.rig.wb->usb.UsbOpen);
     QVERIFY(!w.view.control<QCheckBox>("ChKManUsbConn")->isChecked());
     QVERIFY(!w.rig.wb->usb.ManualUsbConnect);
+}
+
+void MainWindowTest::menusAnswerTheKeyboard() {
+    ShownWindow w;
+    QApplication::setActiveWindow(&w.view);
+    QVERIFY(QTest::qWaitForWindowActive(&w.view));
+
+    QTest::keyClick(&w.view, Qt::Key_O, Qt::ControlModifier);
+    QCOMPARE(w.rig.dialogs.openShown.size(), std::size_t{1});
+    QTest::keyClick(&w.view, Qt::Key_S, Qt::ControlModifier);
+    QCOMPARE(w.rig.dialogs.saveShown.size(), std::size_t{1});
+    QTest::keyClick(&w.view, Qt::Key_A, Qt::AltModifier);
+    QCOMPARE(w.aboutShown, 1);
+
+    auto* file = w.view.control<QMenu>("mnuFileProcess");
+    QTest::keyClick(&w.view, Qt::Key_F, Qt::AltModifier);
+    QTRY_VERIFY(file->isVisible());
+    file->close();
+    QCOMPARE(file->title().remove(QLatin1Char('&')), QStringLiteral("File"));
 }
 
 void MainWindowTest::activationTakesTheI2CAddress() {
@@ -313,6 +346,23 @@ void MainWindowTest::scrollBarsMoveTheRegisterView() {
     hbar->setValue(30);
     QCOMPARE(content->x(), -30);
     QCOMPARE(w.rig.pump.yields - yields, 1);  // the horizontal handler yields first
+
+    // The wheel over a cell scrolls the view the same way, down and back up. Only a wheel
+    // event from the system goes on to the cell's parents.
+    QWidget* cell = w.box("Reg_Desc(3)");
+    auto wheel = [cell](int steps) {
+        const QPointF at(5, 5);
+        QWheelEvent event(at, cell->mapToGlobal(at), QPoint(), QPoint(0, 120 * steps), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QSpontaneKeyEvent::setSpontaneous(&event);
+        qApp->notify(cell, &event);
+    };
+    wheel(-1);
+    QVERIFY(m.VScroll1.value() > 40 * kTwipsPerPixel);
+    QCOMPARE(content->y(), -m.VScroll1.value() / kTwipsPerPixel);
+    wheel(10);
+    QCOMPARE(m.VScroll1.value(), 0);
+    QCOMPARE(content->y(), 0);
 
     // Grown back to full size: the bars go, and the view is not left scrolled.
     w.view.resize(w.view.fullSize());

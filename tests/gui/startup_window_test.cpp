@@ -4,6 +4,7 @@
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
+#include <QScreen>
 #include <QtTest>
 
 #include "qt/qt_main_window.h"
@@ -21,6 +22,7 @@ private slots:
     void loadHidesItselfAndShowsTheMainWindow();
     void secondLoadKeepsTheOneMainWindow();
     void deviceEntriesDoNothing();
+    void mainWindowOpensWithinTheScreen();
 };
 
 void StartupWindowTest::loadHidesItselfAndShowsTheMainWindow() {
@@ -75,6 +77,21 @@ void StartupWindowTest::deviceEntriesDoNothing() {
     QCOMPARE(static_cast<int>(rig.sent().size()), frames);
     QCOMPARE(QApplication::topLevelWidgets().size(), windowsBefore);
     QVERIFY(startup.findChild<QAction*>("mnuAbout") != nullptr);
+}
+
+// The offscreen screen is narrower than the window's full size; the window and the title bar a
+// window manager puts above it still fit.
+void StartupWindowTest::mainWindowOpensWithinTheScreen() {
+    Rig rig;
+    QtWindows windows(*rig.program);
+    StartupWindow startup(windows, true);
+    startup.Form_Load();
+    MainWindowView* main = startup.mainWindow();
+    const QRect area = main->screen()->availableGeometry();
+    QVERIFY(main->fullSize().width() > area.width());
+    constexpr int kTitleBar = 40;
+    QVERIFY(main->frameGeometry().height() + kTitleBar <= area.height());
+    QVERIFY(main->frameGeometry().width() <= area.width());
 }
 
 QTEST_MAIN(StartupWindowTest)

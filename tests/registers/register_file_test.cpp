@@ -296,6 +296,26 @@ TEST_F(RegisterFileTest, AFailedSaveKeepsTheOldFileAndTheCaptionAndSaysWhy) {
     EXPECT_TRUE(rig.dialogs.messages.empty());
 }
 
+TEST_F(RegisterFileTest, AFileInAFolderThatAllowsNoNewFileIsWrittenInPlaceAndTheLogSaysSo) {
+    fillTable();
+    const std::string path = dir.file("shared.qrl");
+    save(path);
+    ASSERT_EQ(::chmod(dir.path().c_str(), 0555), 0);
+    for (int k = 1; k < kRegisterRows; ++k) setRow(k, {});  // a shorter text than before
+    rig.markLog();
+    save(path);
+    ::chmod(dir.path().c_str(), 0755);
+
+    std::string expected = "I2C ADDRESS , 60\r\nA0,Desc 0,W0,R0\r\n";
+    for (int k = 1; k < kRegisterRows; ++k) expected += ",,,\r\n";
+    EXPECT_EQ(ReadBytes(path), expected);
+    EXPECT_EQ(rig.logSinceMark(),
+              Entry("Register definitions file " + path +
+                    " was written over in place: its folder allows no new file, so the save "
+                    "was not whole-or-nothing"));
+    EXPECT_EQ(dir.entries(), 1);
+}
+
 TEST_F(RegisterFileTest, ANameWithoutExtensionIsUsedAsTyped) {
     const std::string path = dir.file("setup");
     save(path);

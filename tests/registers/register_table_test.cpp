@@ -148,6 +148,13 @@ TEST_F(RegisterTable, OutOfRangeRowValueIsRefusedWithoutOpening) {
     EXPECT_TRUE(sent().empty());
 }
 
+TEST_F(RegisterTable, TheValueCheckedIsSentEvenIfTheBoxChangesWhileTheConnectionOpens) {
+    win->txtBWrite[2].setText("42");
+    rig.pump.atYield(0, [&] { win->txtBWrite[2].setText("1FF"); });
+    win->txtBWrite_DblClick(2);
+    EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x01, 0x60, 0x02, 0x42})}));
+}
+
 TEST_F(RegisterTable, DoubleClickUsesTheAddressBoxAndEnterTheStoredAddress) {
     addDevice(0xA4);
     win->txtI2CAdr.setText("A4");  // typed, not committed

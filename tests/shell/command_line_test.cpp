@@ -40,7 +40,8 @@ TEST(Options, SimulateAndIdentifiersInBothSpellings) {
 }
 
 TEST(Options, ToolkitArgumentsAreLeftAlone) {
-    const CommandLine cl = Parse({"-platform", "offscreen", "--simulate"});
+    const CommandLine cl =
+        Parse({"-platform", "offscreen", "-style=fusion", "-reverse", "--simulate"});
     EXPECT_TRUE(cl.error.empty()) << cl.error;
     EXPECT_TRUE(cl.simulate);
 }
@@ -61,6 +62,9 @@ TEST(Options, MistakesAreNamedInTheError) {
     EXPECT_NE(missing.error.find("--pid needs a value"), std::string::npos);
 
     EXPECT_NE(Parse({"--simulat"}).error.find("unknown option --simulat"), std::string::npos);
+    EXPECT_NE(Parse({"-x"}).error.find("unknown option -x"), std::string::npos);
+    EXPECT_NE(Parse({"--simulate", "board"}).error.find("unknown argument board"),
+              std::string::npos);
     EXPECT_NE(Parse({"--simulate=yes"}).error.find("takes no value"), std::string::npos);
 }
 
@@ -73,10 +77,30 @@ TEST(Options, ValueOfAnOptionIsNotReadAsAnOption) {
 
 TEST(Options, HelpTextNamesEveryOptionAndTheDefaults) {
     const std::string text = UsageText("i2cbridge");
-    for (const char* word : {"--simulate", "--vid", "--pid", "--help", "0x0547", "0x2005"}) {
+    for (const char* word : {"--simulate", "--vid", "--pid", "--screenshot", "-h, --help",
+                             "-v, --version", "0x0547", "0x2005"}) {
         EXPECT_NE(text.find(word), std::string::npos) << word;
     }
-    EXPECT_TRUE(Parse({"--help"}).help);
+}
+
+TEST(Options, HelpAndVersionInBothSpellings) {
+    const struct {
+        const char* arg;
+        bool help;
+        bool version;
+    } cases[] = {{"--help", true, false},
+                 {"-h", true, false},
+                 {"--version", false, true},
+                 {"-v", false, true}};
+    for (const auto& c : cases) {
+        const CommandLine cl = Parse({c.arg});
+        EXPECT_TRUE(cl.error.empty()) << c.arg << ": " << cl.error;
+        EXPECT_EQ(cl.help, c.help) << c.arg;
+        EXPECT_EQ(cl.version, c.version) << c.arg;
+    }
+    EXPECT_EQ(VersionText("i2cbridge"), "i2cbridge " + std::to_string(I2CB_VERSION_MAJOR) + "." +
+                                            std::to_string(I2CB_VERSION_MINOR) + "." +
+                                            std::to_string(I2CB_VERSION_PATCH) + "\n");
 }
 
 }  // namespace
