@@ -1,76 +1,57 @@
-#make run builds and starts the tool on the built - in simulated board
-#make test builds and runs every test through CTest
-BUILD
-    ? = build TYPE ? = RelWithDebInfo JOBS
-                           ? = $(shell nproc)
+# make run   builds and starts the tool on the built-in simulated board
+# make test  builds and runs every test through CTest
+BUILD ?= build
+TYPE ?= RelWithDebInfo
+JOBS ?= $(shell nproc)
 
-                                   .PHONY
-                           : all deps configure build run test core asan bench fuzz clean
+.PHONY: all deps configure build run test core asan bench fuzz clean
 
-                                 all
-                   : build
+all: build
 
-                         deps
-    : @bash tools / install -
-          deps.sh
+deps:
+	@bash tools/install-deps.sh
 
-              configure : deps @cmake -
-          S.- B $(BUILD) - G Ninja - DCMAKE_BUILD_TYPE = $(TYPE) $(CMAKE_EXTRA) > / dev /
-                                                                                          null
+configure: deps
+	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=$(TYPE) $(CMAKE_EXTRA) > /dev/null
 
-                                                                                              build
-    : configure @cmake-- build $(BUILD) - j $(JOBS)
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
 
-                                                                                          run
-    : build @ if[-z "$$DISPLAY"] && [-z "$$WAYLAND_DISPLAY"];
-then echo "No display found. Start the tool under a virtual display with:";
-echo "  xvfb-run -a $(BUILD)/i2cbridge --simulate";
-exit 1;
-fi $(BUILD) / i2cbridge-- simulate
+run: build
+	@if [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
+	  echo "No display found. Start the tool under a virtual display with:"; \
+	  echo "  xvfb-run -a $(BUILD)/i2cbridge --simulate"; \
+	  exit 1; \
+	fi
+	$(BUILD)/i2cbridge --simulate
 
-        test : build @ctest-- test
-    - dir $(BUILD)-- output - on - failure -
-    j $(JOBS)
+test: build
+	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
-#The core and the command - line program alone, without Qt : proves the core needs no Qt.
-        core : deps @cmake -
-               S.- B build - core - G Ninja - DCMAKE_BUILD_TYPE =
-    $(TYPE) - DI2CB_GUI = OFF - DI2CB_TESTS = OFF - DI2CB_BENCH =
-                                                  OFF > / dev / null @cmake-- build build - core
-                                                            - j $(JOBS) @ if ldd build
-                                                            - core / i2cbridge - cli
-                                                  | grep - qi qt;
-then echo "i2cbridge-cli links Qt";
-exit 1;
-fi
+# The core and the command-line program alone, without Qt: proves the core needs no Qt.
+core: deps
+	@cmake -S . -B build-core -G Ninja -DCMAKE_BUILD_TYPE=$(TYPE) -DI2CB_GUI=OFF -DI2CB_TESTS=OFF \
+	  -DI2CB_BENCH=OFF > /dev/null
+	@cmake --build build-core -j $(JOBS)
+	@if ldd build-core/i2cbridge-cli | grep -qi qt; then echo "i2cbridge-cli links Qt"; exit 1; fi
 
-#The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
-        asan : @$(MAKE)-- no
-               -
-               print - directory test BUILD = build - asan TYPE = Debug CMAKE_EXTRA =
-                                                  "-DI2CB_SANITIZE=address,undefined"
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+asan:
+	@$(MAKE) --no-print-directory test BUILD=build-asan TYPE=Debug \
+	  CMAKE_EXTRA="-DI2CB_SANITIZE=address,undefined"
 
-#Only the benchmark programs : the build folder holds other things named bench_* too.
-    bench : build @status = 0; for
-    b in $(BUILD) / bench / bench_*;
-do [-f "$$b"] && [-x "$$b"] || continue;
-echo "== $$b";
-$$b || status = 1;
-done;
-exit $$status
+# Only the benchmark programs: the build folder holds other things named bench_* too.
+bench: build
+	@status=0; for b in $(BUILD)/bench/bench_*; do \
+	  [ -f "$$b" ] && [ -x "$$b" ] || continue; \
+	  echo "== $$b"; $$b || status=1; \
+	done; exit $$status
 
-        fuzz : deps @cmake -
-               S.- B build - fuzz - G Ninja - DCMAKE_CXX_COMPILER =
-    clang++ - DCMAKE_BUILD_TYPE =
-        RelWithDebInfo -
-        DI2CB_FUZZ = ON - DI2CB_GUI = OFF -
-                                      DI2CB_TESTS = OFF - DI2CB_BENCH =
-                                                        OFF >
-                                                        / dev / null @cmake-- build build - fuzz -
-                                                            j $(JOBS) @echo
-                                                            "Fuzz targets are in build-fuzz/fuzz/"
+fuzz: deps
+	@cmake -S . -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DI2CB_FUZZ=ON -DI2CB_GUI=OFF -DI2CB_TESTS=OFF -DI2CB_BENCH=OFF > /dev/null
+	@cmake --build build-fuzz -j $(JOBS)
+	@echo "Fuzz targets are in build-fuzz/fuzz/"
 
-                                                            clean
-    : rm
-      -
-      rf build build - core build - asan build - fuzz
+clean:
+	rm -rf build build-core build-asan build-fuzz

@@ -13,13 +13,13 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QStringDecoder>
 #include <QTableView>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <vector>
 
 #include "app/program.h"
+#include "foundation/display_text.h"
 #include "foundation/grid.h"
 #include "qt/qt_binding.h"
 #include "scripts/frm_script_ops.h"
@@ -39,16 +39,13 @@ constexpr int kDesignGridWidth = 3 * 64 + 3 * 208 + 124 + 298;
 // What the resize rule leaves beside the grid: 100 twips left, 300 right.
 constexpr int kGridSideMargins = 400 / kTwipsPerPixel;
 
-// Script texts are the file's bytes. Text that is valid UTF-8 is shown as such; anything else
-// is an 8-bit code page, shown byte for byte as Latin-1.
+// Script texts are the file's bytes: UTF-8 shows as such, anything else as Windows-1252, the
+// code page scripts written on Windows use.
 QString CellText(const std::string& bytes) {
-    const QByteArrayView view(bytes.data(), static_cast<qsizetype>(bytes.size()));
     if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) == 0; })) {
-        return QString::fromLatin1(view);
+        return QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
     }
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = utf8.decode(view);
-    return utf8.hasError() ? QString::fromLatin1(view) : text;
+    return QString::fromStdString(DisplayText(bytes));
 }
 
 QString Q(const std::string& s) {
