@@ -81,8 +81,6 @@ EmulatedBoard::EmulatedBoard(EmulatedBoardConfig config) : config_(config) {
     testbed_ = umockdev_testbed_new();
     handler_ = umockdev_ioctl_base_new();
     g_signal_connect(handler_, "handle-ioctl", G_CALLBACK(&EmulatedBoard::HandleIoctl), this);
-    g_signal_connect(handler_, "client-connected", G_CALLBACK(&EmulatedBoard::ClientConnected),
-                     this);
     GError* error = nullptr;
     // The handler must be in place before the node exists, or the node is a plain file.
     if (!umockdev_testbed_attach_ioctl(testbed_, kDeviceNode, handler_, &error)) {
@@ -147,11 +145,6 @@ void EmulatedBoard::setNodeMode(unsigned mode) {
         throw std::runtime_error("cannot change the mode of " + node);
 }
 
-bool EmulatedBoard::plugged() const {
-    std::lock_guard lock(mutex_);
-    return plugged_;
-}
-
 std::vector<WireFrame> EmulatedBoard::sent() {
     std::lock_guard lock(mutex_);
     return model_.sent();
@@ -168,21 +161,6 @@ int EmulatedBoard::requests(const std::string& name) const {
     return it == requests_.end() ? 0 : it->second;
 }
 
-void EmulatedBoard::clearRequests() {
-    std::lock_guard lock(mutex_);
-    requests_.clear();
-}
-
-int EmulatedBoard::opens() const {
-    std::lock_guard lock(mutex_);
-    return opens_;
-}
-
-int EmulatedBoard::alternateSetting() const {
-    std::lock_guard lock(mutex_);
-    return alternate_;
-}
-
 bool EmulatedBoard::interfaceClaimed() const {
     std::lock_guard lock(mutex_);
     return claimed_;
@@ -190,12 +168,6 @@ bool EmulatedBoard::interfaceClaimed() const {
 
 void EmulatedBoard::count(const char* name) {
     ++requests_[name];
-}
-
-void EmulatedBoard::ClientConnected(UMockdevIoctlBase*, UMockdevIoctlClient*, gpointer self) {
-    auto* board = static_cast<EmulatedBoard*>(self);
-    std::lock_guard lock(board->mutex_);
-    ++board->opens_;
 }
 
 gboolean EmulatedBoard::HandleIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client,
@@ -271,8 +243,6 @@ void EmulatedBoard::handle(UMockdevIoctlClient* client) {
                     error = ENODEV;
                 } else if (setting.interface != 0 || setting.altsetting != 0) {
                     error = EINVAL;
-                } else {
-                    alternate_ = static_cast<int>(setting.altsetting);
                 }
                 break;
             }

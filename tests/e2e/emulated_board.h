@@ -49,7 +49,6 @@ public:
     void unplug();
     // Plugging it back in: udev reports the device again.
     void plug();
-    bool plugged() const;
     // Permission bits of the device node, e.g. 0 to have libusb_open refused.
     void setNodeMode(unsigned mode);
 
@@ -64,11 +63,6 @@ public:
     // How often each usbfs request arrived, by name ("SUBMITURB", "CLAIMINTERFACE", ...);
     // requests the board does not know are counted as "unknown".
     int requests(const std::string& name) const;
-    void clearRequests();
-    // Device-node opens (libusb_open) so far.
-    int opens() const;
-    // The interface setting last selected, -1 before any.
-    int alternateSetting() const;
     bool interfaceClaimed() const;
 
 private:
@@ -78,8 +72,6 @@ private:
     };
 
     static gboolean HandleIoctl(UMockdevIoctlBase* base, UMockdevIoctlClient* client,
-                                gpointer self);
-    static void ClientConnected(UMockdevIoctlBase* base, UMockdevIoctlClient* client,
                                 gpointer self);
     void handle(UMockdevIoctlClient* client);
     int claim(unsigned int number);
@@ -100,8 +92,6 @@ private:
     BoardModel model_;
     bool plugged_ = true;
     bool claimed_ = false;
-    int alternate_ = -1;
-    int opens_ = 0;
     std::deque<Urb> pendingReads_;
     std::deque<Urb> completed_;
     std::vector<Urb> retired_;  // reaped, let go at the next reap

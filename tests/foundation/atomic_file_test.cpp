@@ -6,6 +6,8 @@
 
 #include <csignal>
 #include <filesystem>
+#include <functional>
+#include <map>
 
 #include "support/temp_dir.h"
 
@@ -44,50 +46,55 @@ TEST(WriteFileAtomically, ReplacesALongerFileWithNothingOfItLeft) {
     EXPECT_EQ(dir.entries(), 1);
 }
 
-TEST(WriteFileAtomically, AMissingFolderIsReportedAndNothingIsCreated) {
-    TempDir dir;
-    const auto failure = WriteFileAtomically(dir.file("no-such-folder/setup.qrl"), "text");
-    ASSERT_TRUE(failure.has_value());
-    EXPECT_EQ(*failure, "the folder " + dir.file("no-such-folder") + " does not exist");
-    EXPECT_EQ(dir.entries(), 0);
+// Everything below the folder: each entry's permissions and content.
+std::map<std::string, std::pair<mode_t, std::string>> Snapshot(const TempDir& dir) {
+    std::map<std::string, std::pair<mode_t, std::string>> entries;
+    for (const auto& e : fs::recursive_directory_iterator(dir.path())) {
+        const std::string path = e.path().string();
+        entries[path] = {ModeOf(path), e.is_regular_file() ? ReadBytes(path) : std::string()};
+    }
+    return entries;
 }
 
-TEST(WriteFileAtomically, AFileInThePlaceOfAFolderIsReported) {
-    TempDir dir;
-    WriteBytes(dir.file("plain"), "keep");
-    const auto failure = WriteFileAtomically(dir.file("plain/setup.qrl"), "text");
-    ASSERT_TRUE(failure.has_value());
-    EXPECT_EQ(*failure, "part of the folder path is not a folder");
-    EXPECT_EQ(ReadBytes(dir.file("plain")), "keep");
-}
-
-TEST(WriteFileAtomically, AReadOnlyFileIsLeftAsItWasEvenWhereTheFolderIsWritable) {
-    TempDir dir;
-    const std::string path = dir.file("locked.qrl");
-    WriteBytes(path, "old content");
-    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
-    const auto failure = WriteFileAtomically(path, "new content");
-    ASSERT_TRUE(failure.has_value());
-    EXPECT_EQ(*failure, "the file is read-only");
-    EXPECT_EQ(ReadBytes(path), "old content");
-    EXPECT_EQ(ModeOf(path), 0444u);
-    EXPECT_EQ(dir.entries(), 1);
-}
-
-TEST(WriteFileAtomically, AFolderOfThatNameIsNotReplaced) {
-    TempDir dir;
-    fs::create_directory(dir.file("setup.qrl"));
-    WriteBytes(dir.file("setup.qrl/inside"), "kept");
-    const auto failure = WriteFileAtomically(dir.file("setup.qrl"), "text");
-    ASSERT_TRUE(failure.has_value());
-    EXPECT_EQ(*failure, "the name is that of a folder");
-    EXPECT_EQ(ReadBytes(dir.file("setup.qrl/inside")), "kept");
-    EXPECT_EQ(dir.entries(), 1);
-}
-
-TEST(WriteFileAtomically, AnEmptyNameIsRefused) {
-    EXPECT_EQ(WriteFileAtomically("", "text"),
-              std::optional<std::string>("no file name was given"));
+// A refused save names the reason and leaves the folder exactly as it was.
+TEST(WriteFileAtomically, RefusalsSayWhyAndChangeNothing) {
+    const struct {
+        const char* name;
+        std::function<void(TempDir&)> setUp;
+        const char* target;  // below the folder; empty for no name at all
+        std::string reason;
+    } cases[] = {
+        {"missing folder", [](TempDir&) {}, "no-such-folder/setup.qrl",
+         "the folder {}/no-such-folder does not exist"},
+        {"file in the folder path", [](TempDir& d) { WriteBytes(d.file("plain"), "keep"); },
+         "plain/setup.qrl", "part of the folder path is not a folder"},
+        // The folder is writable: only the file's own mode protects it.
+        {"read-only file",
+         [](TempDir& d) {
+             WriteBytes(d.file("locked.qrl"), "old content");
+             ASSERT_EQ(::chmod(d.file("locked.qrl").c_str(), 0444), 0);
+         },
+         "locked.qrl", "the file is read-only"},
+        {"folder of that name",
+         [](TempDir& d) {
+             fs::create_directory(d.file("setup.qrl"));
+             WriteBytes(d.file("setup.qrl/inside"), "kept");
+         },
+         "setup.qrl", "the name is that of a folder"},
+        {"no name", [](TempDir&) {}, "", "no file name was given"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TempDir dir;
+        c.setUp(dir);
+        const auto before = Snapshot(dir);
+        const std::string path = *c.target ? dir.file(c.target) : std::string();
+        std::string reason = c.reason;
+        if (const auto at = reason.find("{}"); at != std::string::npos)
+            reason.replace(at, 2, dir.path().string());
+        EXPECT_EQ(WriteFileAtomically(path, "new content"), std::optional<std::string>(reason));
+        EXPECT_EQ(Snapshot(dir), before);
+    }
 }
 
 // A write that fails part way (here: a file size limit, as a full disk would) leaves the

@@ -128,7 +128,8 @@ TEST(PipeMatches, PipesAreEndpointAddressesInTheTransfersDirection) {
     for (const auto& c : cases) EXPECT_EQ(PipeMatches(c.pipe, c.read), c.ok) << c.pipe;
 }
 
-TEST(DeviceInfoFromDescriptors, DescriptorBytesAreInBusOrder) {
+// The device descriptor's bytes in bus order, and every interface, setting and endpoint.
+TEST(DeviceInfoFromDescriptors, CopiesDescriptorBytesInterfacesAndEndpoints) {
     BoardDescriptors d;
     const UsbDeviceInfo info = DeviceInfoFromDescriptors(d.device, &d.config);
     const std::array<uint8_t, 18> expected{18,   1,    0x00, 0x02, 0xFF, 0xFF, 0xFF, 64, 0x47,
@@ -136,11 +137,7 @@ TEST(DeviceInfoFromDescriptors, DescriptorBytesAreInBusOrder) {
     EXPECT_EQ(info.deviceDescriptor, expected);
     EXPECT_EQ(info.vendorId(), BoardVendorId);
     EXPECT_EQ(info.productId(), BoardProductId);
-}
 
-TEST(DeviceInfoFromDescriptors, InterfacesSettingsAndEndpointsAreCopied) {
-    BoardDescriptors d;
-    const UsbDeviceInfo info = DeviceInfoFromDescriptors(d.device, &d.config);
     ASSERT_EQ(info.interfaces.size(), 1u);
     const InterfaceInfo& iface = info.interfaces[0];
     EXPECT_EQ(iface.number, 0);
@@ -155,14 +152,11 @@ TEST(DeviceInfoFromDescriptors, InterfacesSettingsAndEndpointsAreCopied) {
     EXPECT_EQ(endpoints[3].maxPacketSize, 512);
     // The transfer's endpoint check looks at the first interface's first setting.
     EXPECT_EQ(info.activeEndpointCount(), 5);
-}
 
-TEST(DeviceInfoFromDescriptors, NoConfigurationMeansNoInterface) {
-    BoardDescriptors d;
-    const UsbDeviceInfo info = DeviceInfoFromDescriptors(d.device, nullptr);
-    EXPECT_TRUE(info.interfaces.empty());
-    EXPECT_EQ(info.activeEndpointCount(), -1);
-    EXPECT_EQ(info.productId(), BoardProductId);
+    const UsbDeviceInfo bare = DeviceInfoFromDescriptors(d.device, nullptr);
+    EXPECT_TRUE(bare.interfaces.empty());
+    EXPECT_EQ(bare.activeEndpointCount(), -1);
+    EXPECT_EQ(bare.productId(), BoardProductId);
 }
 
 TEST(LibusbStatusText, IsLibusbsNameForEveryCode) {
