@@ -9,6 +9,8 @@ BoardChoice ChooseBoard(bool simulate) {
     BoardChoice choice;
     if (simulate) {
         auto board = std::make_unique<SimulatedBoard>();
+        // The frames a test reads back would pile up over an overnight run.
+        board->model().setRecording(false);
         choice.simulated = board.get();
         choice.driver = std::move(board);
     } else {

@@ -5,6 +5,7 @@
 // printed and answered as the caller says, file dialogs are cancelled.
 
 #include <cstdio>
+#include <deque>
 #include <string>
 
 #include "foundation/ports.h"
@@ -29,8 +30,16 @@ public:
     // How an OK/Cancel box (a keypress pause) is answered; a plain message box is always OK.
     Answer okCancelAnswer = Answer::Ok;
 
+    // Files an open dialog is answered with, in order; without one it is cancelled.
+    std::deque<std::string> openChoices;
+
     Answer messageBox(const std::string& text, const std::string& title, Buttons buttons) override;
-    bool openFile(FileDialogState&) override { return false; }
+    bool openFile(FileDialogState& state) override {
+        if (openChoices.empty()) return false;
+        state.setFileName(openChoices.front());
+        openChoices.pop_front();
+        return true;
+    }
     bool saveFile(FileDialogState&) override { return false; }
 
 private:

@@ -104,7 +104,7 @@ std::unique_ptr<TransferTrace> TransferTrace::Start(UsbConnection& usb, const st
             why = errno != 0 ? std::strerror(errno) : "the file could not be opened";
             return nullptr;
         }
-        std::fputs("# time/us  dir pipe length status bytes\n", trace->text_);
+        std::fputs("# seconds    dir pipe bytes/length status data\n", trace->text_);
     }
     TransferTrace* self = trace.get();
     usb.onTransfer = [self](const TransferRecord& r) { self->record(r); };
@@ -121,8 +121,8 @@ void TransferTrace::writeText(const TransferRecord& r) {
     std::string bytes;
     for (uint8_t b : r.data) bytes.append(" ").append(HexByteText(b));
     std::fprintf(text_, "%12.6f %-3s %02X %u/%u %d%s\n", static_cast<double>(us.count()) / 1e6,
-                 r.read ? "IN" : "OUT", r.pipe, static_cast<unsigned>(r.data.size()),
-                 r.requested, r.status, bytes.c_str());
+                 r.read ? "IN" : "OUT", r.pipe, static_cast<unsigned>(r.data.size()), r.requested,
+                 r.status, bytes.c_str());
     std::fflush(text_);
 }
 
@@ -132,11 +132,11 @@ void TransferTrace::writePcap(const TransferRecord& r) {
     const uint64_t id = nextId_++;
     auto event = [&](uint8_t type, std::chrono::steady_clock::time_point at, int32_t status,
                      uint32_t length, const uint8_t* data, uint32_t captured) {
-        const auto wall = wallStart_ + std::chrono::duration_cast<std::chrono::system_clock::duration>(
-                                           at - start_);
-        const auto us = std::chrono::duration_cast<std::chrono::microseconds>(
-                            wall.time_since_epoch())
-                            .count();
+        const auto wall =
+            wallStart_ +
+            std::chrono::duration_cast<std::chrono::system_clock::duration>(at - start_);
+        const auto us =
+            std::chrono::duration_cast<std::chrono::microseconds>(wall.time_since_epoch()).count();
         UsbmonHeader h{};
         h.id = id;
         h.type = type;

@@ -20,11 +20,11 @@ Reply ReadRegisterBytes(UsbConnection& usb, I2CState& i2c, uint8_t writeAddress,
 bool WriteRegisterBytes(UsbConnection& usb, I2CState&, uint8_t writeAddress,
                         std::span<const uint8_t> reg, std::span<const uint8_t> data,
                         uint8_t& acknowledged) {
-    const Reply reply = I2CExchange(
-        usb,
-        RegisterWriteRequest(static_cast<uint8_t>(reg.size() + data.size()), writeAddress, reg,
-                             data),
-        kWriteReplyLength);
+    const Reply reply =
+        I2CExchange(usb,
+                    RegisterWriteRequest(static_cast<uint8_t>(reg.size() + data.size()),
+                                         writeAddress, reg, data),
+                    kWriteReplyLength);
     acknowledged = reply[0];
     return WriteReplyOk(reply[0], static_cast<int>(reg.size()), static_cast<int>(data.size()));
 }

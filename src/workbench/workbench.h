@@ -35,7 +35,7 @@ struct WindowRequests {
     std::function<void()> showAbout;
     std::function<void()> showScriptWindow;         // the main window's "Script Execution"
     std::function<void()> openAnotherScriptWindow;  // a script window's "Open Another ..."
-    std::function<void()> endProgram;  // the main window was unloaded
+    std::function<void()> endProgram;               // the main window was unloaded
 };
 
 // The values a script run shares across all script windows.

@@ -1,0 +1,232 @@
+// The bus commands: read, write, dump, scan and gpio.
+
+#include <cstdio>
+#include <string>
+
+#include "cli/cli.h"
+#include "foundation/hex_text.h"
+#include "gpio/frm_gpio.h"
+#include "workbench/bus_tools.h"
+
+namespace i2cbridge::cli {
+
+namespace {
+
+std::optional<uint8_t> Address(const std::string& text) {
+    const auto value = StrictHexValue(text, 0xFF);
+    if (!value || text.size() > 2) return std::nullopt;
+    return static_cast<uint8_t>(*value);
+}
+
+int BadAddress(const std::string& text) {
+    return Usage("ADDR must be one hexadecimal byte, not \"" + text + "\"");
+}
+
+// Starts a session and opens the board; kExitOk, or the exit status to end with.
+int Start(Session& session) {
+    if (!session.setupError().empty()) {
+        std::fprintf(stderr, "i2cbridge-cli: %s\n", session.setupError().c_str());
+        return kExitUsage;
+    }
+    return session.open() ? kExitOk : kExitNoBoard;
+}
+
+// The usual grid of a 16 by 16 table: a header of column digits, then a row per 16.
+void PrintGrid(const std::vector<std::string>& cells) {
+    std::printf("   ");
+    for (int c = 0; c < 16; ++c) std::printf("  %X", c);
+    std::printf("\n");
+    for (std::size_t row = 0; row * 16 < cells.size(); ++row) {
+        std::printf("%02X:", static_cast<unsigned>(row * 16));
+        for (std::size_t c = 0; c < 16 && row * 16 + c < cells.size(); ++c)
+            std::printf(" %s", cells[row * 16 + c].c_str());
+        std::printf("\n");
+    }
+}
+
+}  // namespace
+
+int Read(const Options& o) {
+    if (o.words.size() < 3 || o.words.size() > 4) return Usage("read takes ADDR REG [COUNT]");
+    const auto address = Address(o.words[1]);
+    const auto reg = HexBytes(o.words[2]);
+    int count = 1;
+    if (o.words.size() == 4) {
+        try {
+            std::size_t used = 0;
+            count = std::stoi(o.words[3], &used);
+            if (used != o.words[3].size()) count = 0;
+        } catch (const std::exception&) {
+            count = 0;
+        }
+    }
+    if (!address) return BadAddress(o.words[1]);
+    if (!reg) return Usage("REG must be hexadecimal bytes, not \"" + o.words[2] + "\"");
+    if (count < 1 || count > 255) return Usage("COUNT must be a number from 1 to 255");
+
+    Session session(o);
+    if (const int status = Start(session)) return status;
+    Workbench& wb = session.wb();
+    const Reply reply = ReadRegisterBytes(wb.usb, wb.i2c, *address, *reg, count);
+    session.close();
+    const std::vector<uint8_t> data(reply.bytes().begin() + 1, reply.bytes().end());
+    const bool ok = ReadReplyOk(reply[0], count);
+    if (o.json) {
+        std::printf(
+            "{\"address\":\"%s\",\"register\":\"%s\",\"count\":%d,\"read\":%d,"
+            "\"data\":\"%s\"}\n",
+            HexByteText(*address).c_str(), HexList(*reg, "").c_str(), count, reply[0],
+            ok ? HexList(data, "").c_str() : "");
+    } else if (ok) {
+        std::printf("%s\n", HexList(data).c_str());
+    }
+    if (!ok) {
+        std::fprintf(stderr, "i2cbridge-cli: the device read %d of %d bytes\n", reply[0], count);
+        return kExitFailed;
+    }
+    return kExitOk;
+}
+
+int Write(const Options& o) {
+    if (o.words.size() < 4) return Usage("write takes ADDR REG DATA...");
+    const auto address = Address(o.words[1]);
+    const auto reg = HexBytes(o.words[2]);
+    if (!address) return BadAddress(o.words[1]);
+    if (!reg) return Usage("REG must be hexadecimal bytes, not \"" + o.words[2] + "\"");
+    std::vector<uint8_t> data;
+    for (std::size_t i = 3; i < o.words.size(); ++i) {
+        const auto bytes = HexBytes(o.words[i]);
+        if (!bytes) return Usage("DATA must be hexadecimal bytes, not \"" + o.words[i] + "\"");
+        data.insert(data.end(), bytes->begin(), bytes->end());
+    }
+    // A frame's count byte carries register and data bytes together.
+    if (reg->size() + data.size() > 255) return Usage("REG and DATA come to more than 255 bytes");
+
+    Session session(o);
+    if (const int status = Start(session)) return status;
+    Workbench& wb = session.wb();
+    uint8_t acknowledged = 0;
+    const bool ok = WriteRegisterBytes(wb.usb, wb.i2c, *address, *reg, data, acknowledged);
+    session.close();
+    const auto expected = static_cast<int>(1 + reg->size() + data.size());
+    if (o.json) {
+        std::printf(
+            "{\"address\":\"%s\",\"register\":\"%s\",\"data\":\"%s\",\"acknowledged\":%d,"
+            "\"expected\":%d}\n",
+            HexByteText(*address).c_str(), HexList(*reg, "").c_str(), HexList(data, "").c_str(),
+            acknowledged, expected);
+    }
+    if (!ok) {
+        std::fprintf(stderr, "i2cbridge-cli: the device acknowledged %d of %d bytes\n",
+                     acknowledged, expected);
+        return kExitFailed;
+    }
+    return kExitOk;
+}
+
+// Every register read on its own, as the register table reads: a failed one shows XX.
+int Dump(const Options& o) {
+    if (o.words.size() != 2) return Usage("dump takes ADDR");
+    const auto address = Address(o.words[1]);
+    if (!address) return BadAddress(o.words[1]);
+    Session session(o);
+    if (const int status = Start(session)) return status;
+    Workbench& wb = session.wb();
+    std::vector<std::string> cells;
+    bool allRead = true;
+    for (int r = 0; r < 256; ++r) {
+        const uint8_t reg[] = {static_cast<uint8_t>(r)};
+        const Reply reply = ReadRegisterBytes(wb.usb, wb.i2c, *address, reg, 1);
+        const bool ok = ReadReplyOk(reply[0], 1);
+        allRead = allRead && ok;
+        cells.push_back(ok ? HexByteText(reply[1]) : "XX");
+    }
+    session.close();
+    if (o.json) {
+        std::printf("{\"address\":\"%s\",\"registers\":[", HexByteText(*address).c_str());
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            std::printf("%s%s", i ? "," : "",
+                        cells[i] == "XX" ? "null" : ("\"" + cells[i] + "\"").c_str());
+        }
+        std::printf("]}\n");
+    } else {
+        PrintGrid(cells);
+    }
+    return allRead ? kExitOk : kExitFailed;
+}
+
+// The grid shows 7-bit addresses, as bus scanners do; the list under it the write addresses
+// the tool uses everywhere else.
+int Scan(const Options& o) {
+    if (o.words.size() != 1) return Usage("scan takes no arguments");
+    Session session(o);
+    if (const int status = Start(session)) return status;
+    const std::vector<uint8_t> found = ScanBus(session.wb().usb, session.wb().i2c);
+    session.close();
+    if (o.json) {
+        std::printf("{\"found\":[");
+        for (std::size_t i = 0; i < found.size(); ++i)
+            std::printf("%s\"%s\"", i ? "," : "", HexByteText(found[i]).c_str());
+        std::printf("]}\n");
+    } else {
+        std::vector<std::string> cells(128, "--");
+        char seven[3];
+        for (uint8_t a : found) {
+            std::snprintf(seven, sizeof seven, "%02X", a >> 1);
+            cells[a >> 1] = seven;
+        }
+        PrintGrid(cells);
+        std::printf("Write addresses: %s\n", found.empty() ? "none" : HexList(found).c_str());
+    }
+    if (o.expect && *o.expect != found) {
+        std::fprintf(stderr, "i2cbridge-cli: expected %s, found %s\n", HexList(*o.expect).c_str(),
+                     found.empty() ? "none" : HexList(found).c_str());
+        return kExitFailed;
+    }
+    return kExitOk;
+}
+
+// Through the GPIO screen, as the window and the script rows do it: data only, or enables and
+// data when --enables is given.
+int Gpio(const Options& o) {
+    if (o.words.size() > 2) return Usage("gpio takes [DATA]");
+    const std::string data = o.words.size() == 2 ? o.words[1] : "FFFF";
+    if (data.size() != 4 || !StrictHexValue(data, 0xFFFF))
+        return Usage("DATA must be four hexadecimal digits: port B, then port C");
+    Session session(o);
+    if (const int status = Start(session)) return status;
+    session.close();
+    Workbench& wb = session.wb();
+    FrmGPIO& screen = session.program().gpioScreen();
+    const auto bytes = *HexBytes(data);
+    wb.GpioState[2] = bytes[0];
+    wb.GpioState[3] = bytes[1];
+    if (o.enables) {
+        const auto enables = *HexBytes(*o.enables);
+        wb.GpioState[0] = enables[0];
+        wb.GpioState[1] = enables[1];
+        screen.cmdGPIO_Write_Click();
+    } else {
+        screen.cmdWrite_GPIO_Data_Click();
+    }
+    const std::string portB = screen.txtPCHexData[1].text();
+    const std::string portC = screen.txtPCHexData[3].text();
+    if (o.json) {
+        std::printf("{\"portB\":\"%s\",\"portC\":\"%s\"", portB.c_str(), portC.c_str());
+        if (o.enables) {
+            std::printf(",\"enablesB\":\"%s\",\"enablesC\":\"%s\"",
+                        screen.txtPCHex[1].text().c_str(), screen.txtPCHex[3].text().c_str());
+        }
+        std::printf("}\n");
+    } else {
+        std::printf("port B %s  port C %s", portB.c_str(), portC.c_str());
+        if (o.enables) {
+            std::printf("  enables B %s  C %s", screen.txtPCHex[1].text().c_str(),
+                        screen.txtPCHex[3].text().c_str());
+        }
+        std::printf("\n");
+    }
+    return kExitOk;
+}
+
+}  // namespace i2cbridge::cli
