@@ -8,6 +8,9 @@
 // BM_RunAllSteps_1000Rows_QtPump: the program's own pump: every yield also runs Qt's pending
 //   events, so the window repaints as the run goes, as it does on screen.
 // The counter per_row is the time per script row.
+// BM_ReadButton_AutomaticConnection_QtPump: the main window's READ with the connection left to
+//   the program (open, one read, close) under the program's pump, while the script window is on
+//   screen: the open's 10,000 yields are what it costs.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -22,6 +25,7 @@
 #include "foundation/ports.h"
 #include "qt/qt_ports.h"
 #include "qt/qt_script_window.h"
+#include "registers/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 #include "usb/simulated_board.h"
 #include "workbench/workbench.h"
@@ -131,6 +135,17 @@ void BM_RunAllSteps_1000Rows_QtPump(benchmark::State& state) {
     RunAllSteps<QtPump>(state);
 }
 BENCHMARK(BM_RunAllSteps_1000Rows_QtPump)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_ReadButton_AutomaticConnection_QtPump(benchmark::State& state) {
+    App();
+    const ScriptFile script;
+    Bench<QtPump> b(script.path());
+    FrmI2CGeneral& main = b.program.mainWindow();
+    main.txtUserRegAdr.setText("02");
+    for (auto _ : state) main.cmdRead_Click();
+    if (main.txtReadByte.text() != "5A") state.SkipWithError("the read did not give 5A");
+}
+BENCHMARK(BM_ReadButton_AutomaticConnection_QtPump)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace i2cbridge

@@ -9,13 +9,20 @@
 
 namespace i2cbridge {
 
-QtPump::QtPump(BoardDriver& driver) : driver_(driver) {
+QtPump::QtPump(BoardDriver& driver, std::function<Clock::time_point()> clock)
+    : driver_(driver), clock_(clock ? std::move(clock) : [] { return Clock::now(); }) {
     QObject::connect(&idleDelivery_, &QTimer::timeout, [this] { driver_.deliverEvents(); });
     idleDelivery_.start(50);
 }
 
+// The interval counts from the end of the last full yield, so a slow repaint cannot make every
+// yield full. A handler run inside a full yield sees the earlier end, so its own first yield
+// is full too.
 void QtPump::yield() {
-    QCoreApplication::processEvents(QEventLoop::AllEvents);
+    if (!lastFull_ || clock_() - *lastFull_ >= kFullYieldInterval) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        lastFull_ = clock_();
+    }
     driver_.deliverEvents();
 }
 

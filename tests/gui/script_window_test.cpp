@@ -12,6 +12,7 @@
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTest>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 
@@ -269,22 +270,45 @@ private slots:
     // Under a real display with I2CB_SCREENSHOT_DIR set, saves the window before a load, after
     // a load and after a run.
     void screenshots() {
-        const QByteArray folder = qgetenv("I2CB_SCREENSHOT_DIR");
-        auto save = [&folder](QWidget* w, const char* name) {
-            QCoreApplication::processEvents();
-            const QPixmap shot = w->grab();
-            QVERIFY(!shot.isNull());
-            if (!folder.isEmpty()) QVERIFY(shot.save(QString::fromLocal8Bit(folder) + "/" + name));
-        };
         windows->showScriptWindow();
         ScriptWindowView* v = view();
         QVERIFY(QTest::qWaitForWindowExposed(v));
-        save(v, "script-empty.png");
+        saveShot(v, "script-empty.png");
         rig->dialogs.openChoices = {script("register_check.txt", kScreenshotScript)};
         child<QAction>(v, "mnuScript_Read")->trigger();
-        save(v, "script-loaded.png");
+        saveShot(v, "script-loaded.png");
         runAll(v);
-        save(v, "script-run.png");
+        saveShot(v, "script-run.png");
+    }
+
+    // The interrupt example, run from a copy so that its data log stays out of the sources:
+    // the service routine ran, its steps show, and the data-record frame is up.
+    void interruptExampleShowsItsServiceAndTheDataRecordFrame() {
+        const std::string path = dir->file("interrupt_service.txt");
+        std::filesystem::copy_file(
+            std::filesystem::path(I2CB_EXAMPLES_DIR) / "interrupt_service.txt", path);
+        rig->dialogs.openChoices = {path};
+        windows->showScriptWindow();
+        ScriptWindowView* v = view();
+        QVERIFY(QTest::qWaitForWindowExposed(v));
+        runAll(v);
+        QCOMPARE(v->model().txtRdFails.text(), std::string("0"));
+        for (const char* box :
+             {"txtIEnableStep", "txtIdetectStep", "txtIstart", "txtIend", "txtIexec"}) {
+            QVERIFY2(child<QLineEdit>(v, box)->text() != QLatin1String("----"), box);
+        }
+        QVERIFY(child<QGroupBox>(v, "frmDataRecord")->isVisible());
+        QVERIFY(std::filesystem::exists(dir->file("interrupt_service_DL.txt")));
+        saveShot(v, "script-interrupt.png");
+    }
+
+private:
+    static void saveShot(QWidget* w, const char* name) {
+        const QByteArray folder = qgetenv("I2CB_SCREENSHOT_DIR");
+        QCoreApplication::processEvents();
+        const QPixmap shot = w->grab();
+        QVERIFY(!shot.isNull());
+        if (!folder.isEmpty()) QVERIFY(shot.save(QString::fromLocal8Bit(folder) + "/" + name));
     }
 };
 
