@@ -144,6 +144,7 @@ int32_t SimulatedBoard::transfer(UsbDeviceHandle device, uint32_t pipe, bool rea
     }
 
     auto reply = model_.takeReply(endpoint);
+    if (fault && fault->replaceWith) reply = fault->replaceWith;
     // A board with nothing to say lets the IN token time out.
     if (!reply) return usb_status::kTimeout;
     if (reply->size() > size) return usb_status::kOverflow;

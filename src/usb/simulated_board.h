@@ -6,6 +6,7 @@
 #include <chrono>
 #include <deque>
 #include <optional>
+#include <vector>
 
 #include "usb/board_driver.h"
 #include "usb/board_model.h"
@@ -45,6 +46,9 @@ public:
         // For a read with status 0: deliver at most this many bytes of the answer (0: an
         // empty reply). The answer is consumed either way.
         std::optional<uint32_t> truncateTo;
+        // For a read with status 0: these bytes instead of the board's answer (a board that
+        // answers garbage).
+        std::optional<std::vector<uint8_t>> replaceWith;
     };
     void injectTransferFault(TransferFault fault) { faults_.push_back(fault); }
     void failInit(int32_t status) { initStatus_ = status; }
