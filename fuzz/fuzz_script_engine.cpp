@@ -97,8 +97,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         switch (kind & 3) {
             case 0:
                 f.status = usb_status::kSuccess;
-                f.replaceWith = std::vector<uint8_t>(
-                    faults.begin() + 2, faults.begin() + 2 + static_cast<long>(length));
+                board.injectReply(
+                    *f.pipe, std::vector<uint8_t>(faults.begin() + 2,
+                                                  faults.begin() + 2 + static_cast<long>(length)));
                 break;
             case 1:
                 f.status = usb_status::kSuccess;

@@ -21,6 +21,10 @@
 #include <functional>
 
 #include "app/program.h"
+#include "app/transfer_trace.h"
+#include "foundation/hex_text.h"
+#include "workbench/bus_tools.h"
+#include "workbench/connection_bracket.h"
 #include "foundation/colors.h"
 #include "foundation/display_text.h"
 #include "qt/qt_binding.h"
@@ -141,7 +145,10 @@ public:
 }  // namespace
 
 MainWindowView::MainWindowView(Program& program, bool simulatedBoard, QWidget* parent)
-    : MainModelHolder{program.mainWindowModel()}, QMainWindow(parent), model_(*held) {
+    : MainModelHolder{program.mainWindowModel()},
+      QMainWindow(parent),
+      model_(*held),
+      wb_(program.wb) {
     setObjectName(QStringLiteral("frmI2C_General"));
     bind::windowTitle(model_.Caption, this,
                       simulatedBoard ? QStringLiteral(" [simulated board]") : QString());
@@ -157,6 +164,8 @@ MainWindowView::MainWindowView(Program& program, bool simulatedBoard, QWidget* p
 
     syncInnerSize();
 }
+
+MainWindowView::~MainWindowView() = default;
 
 QSize MainWindowView::fullSize() const {
     return sizeHint();
@@ -596,7 +605,53 @@ void MainWindowView::buildMenus() {
     add(
         file, "mnuSetup_Save", QStringLiteral("Save"), [&m] { m.mnuSetup_Save_Click(); },
         QKeySequence::Save);
+    file->addSeparator();
+    add(file, "mnuScanBus", QStringLiteral("Scan Bus"), [this] { scanBus(); });
+    add(file, "mnuTraceStart", QStringLiteral("Start Trace..."), [this] { startTrace(); });
+    add(file, "mnuTraceStop", QStringLiteral("Stop Trace"), [this] { stopTrace(); });
+    findChild<QAction*>(QStringLiteral("mnuTraceStop"))->setEnabled(false);
     add(nullptr, "frmAbout", QStringLiteral("&About"), [&m] { m.frmAbout_Click(); });
+}
+
+void MainWindowView::startTrace() {
+    FileDialogState dialog;
+    dialog.title = "Trace Transfers To";
+    dialog.filter = "Text trace (*.txt)|*.txt|Capture for Wireshark (*.pcap)|*.pcap";
+    dialog.defaultExt = "txt";
+    if (!wb_.dialogs.saveFile(dialog) || dialog.fileName.empty()) return;
+    stopTrace();
+    std::string why;
+    trace_ = TransferTrace::Start(wb_.usb, dialog.fileName, why);
+    if (!trace_) {
+        wb_.log.LogMessage("Trace not started: " + dialog.fileName + ": " + why);
+        return;
+    }
+    wb_.log.LogMessage("Trace started: " + dialog.fileName);
+    findChild<QAction*>(QStringLiteral("mnuTraceStart"))->setEnabled(false);
+    findChild<QAction*>(QStringLiteral("mnuTraceStop"))->setEnabled(true);
+}
+
+void MainWindowView::stopTrace() {
+    if (!trace_) return;
+    const std::string path = trace_->path();
+    trace_.reset();
+    wb_.log.LogMessage("Trace stopped: " + path);
+    findChild<QAction*>(QStringLiteral("mnuTraceStart"))->setEnabled(true);
+    findChild<QAction*>(QStringLiteral("mnuTraceStop"))->setEnabled(false);
+}
+
+// Opens the board as every operation does (unless the user holds the connection) and lists
+// the write addresses that answered a one-byte read.
+void MainWindowView::scanBus() {
+    ConnectionBracket bracket(wb_.usb, wb_.pump);
+    bracket.open();
+    const std::vector<uint8_t> found = ScanBus(wb_.usb, wb_.i2c);
+    bracket.close();
+    std::string text = "Devices answering (write addresses):";
+    if (found.empty()) text += " none";
+    for (uint8_t a : found) text += " " + HexByteText(a);
+    wb_.log.LogMessage(text);
+    wb_.dialogs.messageBox(text, "Scan Bus", Dialogs::Buttons::Ok);
 }
 
 // The newest log entry stays in sight while the log page is hidden. A label rather than the

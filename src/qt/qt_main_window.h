@@ -12,6 +12,7 @@ class QTabWidget;
 namespace i2cbridge {
 
 class Program;
+class TransferTrace;
 class Workbench;
 class FrmI2CGeneral;
 
@@ -25,6 +26,7 @@ class MainWindowView : private MainModelHolder, public QMainWindow {
 public:
     // simulatedBoard adds " [simulated board]" to the caption the model gives.
     MainWindowView(Program& program, bool simulatedBoard, QWidget* parent = nullptr);
+    ~MainWindowView() override;
 
     FrmI2CGeneral& model() { return model_; }
     // The widget of a control by its name, e.g. control<QLineEdit>("txtBWrite(3)").
@@ -51,12 +53,19 @@ private:
     QWidget* buildRawPanel();
     QWidget* buildLampLegend();
     void buildMenus();
+    // File menu tools beside the window's own entries: a trace of every transfer to a file,
+    // and a scan of the bus for the addresses that answer.
+    void startTrace();
+    void stopTrace();
+    void scanBus();
     void buildStatusBar(Workbench& wb);
     // The content's size goes to the model (pbinner), then the resize rule runs again.
     void syncInnerSize();
     void applyResize();
 
     FrmI2CGeneral& model_;
+    Workbench& wb_;
+    std::unique_ptr<TransferTrace> trace_;
     QTabWidget* tabs_ = nullptr;
     QWidget* generalPage_ = nullptr;
     QWidget* inner_ = nullptr;

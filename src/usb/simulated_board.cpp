@@ -144,7 +144,12 @@ int32_t SimulatedBoard::transfer(UsbDeviceHandle device, uint32_t pipe, bool rea
     }
 
     auto reply = model_.takeReply(endpoint);
-    if (fault && fault->replaceWith) reply = fault->replaceWith;
+    auto injected = std::find_if(replies_.begin(), replies_.end(),
+                                 [&](const auto& r) { return r.first == pipe; });
+    if (injected != replies_.end()) {
+        reply = std::move(injected->second);
+        replies_.erase(injected);
+    }
     // A board with nothing to say lets the IN token time out.
     if (!reply) return usb_status::kTimeout;
     if (reply->size() > size) return usb_status::kOverflow;

@@ -46,11 +46,13 @@ public:
         // For a read with status 0: deliver at most this many bytes of the answer (0: an
         // empty reply). The answer is consumed either way.
         std::optional<uint32_t> truncateTo;
-        // For a read with status 0: these bytes instead of the board's answer (a board that
-        // answers garbage).
-        std::optional<std::vector<uint8_t>> replaceWith;
     };
     void injectTransferFault(TransferFault fault) { faults_.push_back(fault); }
+    // The next read on `pipe` gets these bytes instead of the board's answer (a board that
+    // answers garbage); the answer itself is consumed.
+    void injectReply(uint32_t pipe, std::vector<uint8_t> bytes) {
+        replies_.push_back({pipe, std::move(bytes)});
+    }
     void failInit(int32_t status) { initStatus_ = status; }
     void refuseInterface(int32_t status) { setInterfaceStatus_ = status; }
     void setNoEndpoints(bool none) { noEndpoints_ = none; }
@@ -90,6 +92,7 @@ private:
     bool interfaceSet_ = false;
 
     std::deque<TransferFault> faults_;
+    std::deque<std::pair<uint32_t, std::vector<uint8_t>>> replies_;
     int32_t initStatus_ = usb_status::kSuccess;
     int32_t setInterfaceStatus_ = usb_status::kSuccess;
     bool noEndpoints_ = false;

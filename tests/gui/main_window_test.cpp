@@ -22,6 +22,7 @@
 #include "qt/qt_log_view.h"
 #include "qt/qt_main_window.h"
 #include "support/fakes.h"
+#include "support/temp_dir.h"
 
 using namespace i2cbridge;
 using i2cbridge::testing::Rig;
@@ -254,6 +255,22 @@ void MainWindowTest::menuItemsReachTheirHandlers() {
     QCOMPARE(w.aboutShown, 1);
     trigger("mnu_ScriptShow");
     QCOMPARE(w.scriptShown, 1);
+
+    trigger("mnuScanBus");
+    QCOMPARE(QString::fromStdString(w.rig.dialogs.messages.back().text),
+             QStringLiteral("Devices answering (write addresses): 40 60 A0"));
+    QVERIFY(!w.rig.wb->usb.UsbOpen);
+
+    // A trace from start to stop holds the frames of what ran between.
+    i2cbridge::testing::TempDir dir;
+    w.rig.dialogs.saveChoices.push_back(dir.file("trace.txt"));
+    trigger("mnuTraceStart");
+    QVERIFY(!w.view.control<QAction>("mnuTraceStart")->isEnabled());
+    w.click("cmdRead");
+    trigger("mnuTraceStop");
+    QVERIFY(w.view.control<QAction>("mnuTraceStart")->isEnabled());
+    const std::string trace = i2cbridge::testing::ReadBytes(dir.file("trace.txt"));
+    QVERIFY(trace.find(" OUT 02 3/3 0 01 61 00\n") != std::string::npos);
 }
 
 void MainWindowTest::menusAnswerTheKeyboard() {
