@@ -3,8 +3,9 @@
 BUILD ?= build
 TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
 
-.PHONY: all deps configure build run test core asan bench fuzz clean
+.PHONY: all deps configure build run check test core asan bench fuzz package clean
 
 all: build
 
@@ -25,8 +26,13 @@ run: build
 	fi
 	$(BUILD)/i2cbridge --simulate
 
-test: build
+# The suite once in the build folder given.
+check: build
 	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# Every test, then the whole suite again under AddressSanitizer and UndefinedBehaviorSanitizer.
+test: check
+	@$(MAKE) --no-print-directory asan
 
 # The core and the command-line program alone, without Qt: proves the core needs no Qt.
 core: deps
@@ -37,8 +43,8 @@ core: deps
 
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
 asan:
-	@$(MAKE) --no-print-directory test BUILD=build-asan TYPE=Debug \
-	  CMAKE_EXTRA="-DI2CB_SANITIZE=address,undefined"
+	@$(MAKE) --no-print-directory check BUILD=build-asan TYPE=Debug \
+	  CMAKE_EXTRA="-DI2CB_SANITIZE=address,undefined -DI2CB_BENCH=OFF"
 
 # Only the benchmark programs: the build folder holds other things named bench_* too.
 bench: build
@@ -51,7 +57,16 @@ fuzz: deps
 	@cmake -S . -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DI2CB_FUZZ=ON -DI2CB_GUI=OFF -DI2CB_TESTS=OFF -DI2CB_BENCH=OFF > /dev/null
 	@cmake --build build-fuzz -j $(JOBS)
-	@echo "Fuzz targets are in build-fuzz/fuzz/"
+	@for t in build-fuzz/fuzz/fuzz_*; do \
+	  [ -f "$$t" ] && [ -x "$$t" ] || continue; \
+	  name=$$(basename $$t); corpus=fuzz/corpus/$${name#fuzz_}; work=$$(mktemp -d); \
+	  cp $$corpus/* $$work/; echo "== $$name for $(FUZZ_SECONDS) s"; \
+	  $$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=$$work/ $$work \
+	    2>&1 | grep -E "^Done|stat::number_of_executed_units|cov:.*exec/s|ERROR|SUMMARY" | tail -4; \
+	  if ls $$work/crash-* $$work/leak-* $$work/timeout-* >/dev/null 2>&1; then \
+	    echo "$$name found a fault: $$work"; exit 1; fi; \
+	  rm -rf $$work; \
+	done
 
 clean:
 	rm -rf build build-core build-asan build-fuzz

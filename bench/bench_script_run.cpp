@@ -20,6 +20,8 @@
 //   hides the next one's growth.
 
 #include <benchmark/benchmark.h>
+
+#include <cstdlib>
 #include <time.h>
 #include <unistd.h>
 
@@ -160,7 +162,9 @@ int Digits(int n) {
 
 void BM_Soak_LoopCont_50Rows_SaveFile(benchmark::State& state) {
     constexpr int kReads = 48;  // with the comment and the Save File step, 50 rows
-    constexpr int kPasses = 10000;
+    // 10,000 passes in `make bench`; I2CB_SOAK_PASSES=100000 for an overnight-sized soak.
+    const char* passesWanted = std::getenv("I2CB_SOAK_PASSES");
+    const int kPasses = passesWanted ? std::max(200, std::atoi(passesWanted)) : 10000;
     constexpr int kWindow = 100;  // passes averaged at the start and at the end
     constexpr double kMiB = 1024.0 * 1024.0;
     const bool recordFrames = state.range(0) != 0;
