@@ -16,6 +16,7 @@
 #include <QTableView>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <functional>
 #include <vector>
 
 #include "app/program.h"
@@ -230,22 +231,26 @@ void ScriptWindowView::closeEvent(QCloseEvent* event) {
     }
 }
 
+// Counted down even when the handler throws: the start-up's errors are reported by the
+// caller, and the window must still go when it was closed meanwhile.
+ScriptWindowView::Running::Running(ScriptWindowView& w) : window(w) {
+    ++window.running_;
+}
+ScriptWindowView::Running::~Running() {
+    if (--window.running_ == 0 && window.deleteWhenIdle_) window.deleteLater();
+}
+
 void ScriptWindowView::run(const std::function<void()>& handler) {
-    // Counted down even when the handler throws: the start-up's errors are reported by the
-    // caller, and the window must still go when it was closed meanwhile.
-    struct Running {
-        ScriptWindowView& window;
-        ~Running() {
-            if (--window.running_ == 0 && window.deleteWhenIdle_) window.deleteLater();
-        }
-    };
-    ++running_;
-    const Running counted{*this};
+    const Running counted(*this);
     handler();
 }
 
 std::function<void()> ScriptWindowView::handlerOf(void (FrmScriptOps::*handler)()) {
-    return [this, handler] { run([this, handler] { (model_.*handler)(); }); };
+    FrmScriptOps* model = &model_;
+    return [this, model, handler] {
+        const Running counted(*this);
+        std::invoke(handler, *model);
+    };
 }
 
 QWidget* ScriptWindowView::buildBand(QWidget* parent) {

@@ -64,6 +64,12 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    // While one of the window's own handlers runs, the window is not deleted.
+    struct Running {
+        explicit Running(ScriptWindowView& w);
+        ~Running();
+        ScriptWindowView& window;
+    };
     void run(const std::function<void()>& handler);
     std::function<void()> handlerOf(void (FrmScriptOps::*handler)());
     QWidget* buildBand(QWidget* parent);
