@@ -24,8 +24,10 @@ TEST(NestedExchange, RawWriteInsideTheGpioReadBackYieldLeavesTheAnswerWhole) {
     ASSERT_FALSE(rig.wb->usb.UsbOpen);
     FrmGPIO& gpio = rig.gpio();
 
+    // The handler yields once after its bracket; the second yield is the read's, where the raw
+    // write runs (before the fix, AddressSanitizer reported the read-back past its copy here).
     bool nested = false;
-    rig.pump.atYield(0, [&] {
+    rig.pump.atYield(2, [&] {
         main.cmdWrite_Click();
         nested = rig.wb->usb.TransferBuffer.size() == 2;
     });
