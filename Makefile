@@ -1,11 +1,12 @@
 # make run   builds and starts the tool on the built-in simulated board
 # make test  builds and runs every test through CTest
+# make package  builds the Debian package into build-pkg/
 BUILD ?= build
 TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps configure build run check test core asan bench fuzz package clean
+.PHONY: all deps configure build run check test core package asan bench fuzz clean
 
 all: build
 
@@ -41,6 +42,15 @@ core: deps
 	@cmake --build build-core -j $(JOBS)
 	@if ldd build-core/i2cbridge-cli | grep -qi qt; then echo "i2cbridge-cli links Qt"; exit 1; fi
 
+# The Debian package: a Release build of both programs (no tests, benchmarks or fuzzers) and
+# cpack, which leaves build-pkg/i2cbridge_<version>_<arch>.deb.
+package: deps
+	@cmake -S . -B build-pkg -G Ninja -DCMAKE_BUILD_TYPE=Release -DI2CB_GUI=ON -DI2CB_TESTS=OFF \
+	  -DI2CB_BENCH=OFF -DI2CB_FUZZ=OFF > /dev/null
+	@cmake --build build-pkg -j $(JOBS)
+	@cd build-pkg && cpack -G DEB
+	@ls build-pkg/*.deb
+
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
 asan:
 	@$(MAKE) --no-print-directory check BUILD=build-asan TYPE=Debug \
@@ -69,4 +79,4 @@ fuzz: deps
 	done
 
 clean:
-	rm -rf build build-core build-asan build-fuzz
+	rm -rf build build-core build-asan build-fuzz build-pkg

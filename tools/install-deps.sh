@@ -9,6 +9,7 @@ packages=(
   umockdev libumockdev-dev
   xvfb xauth
   tshark libxml2-utils
+  dpkg-dev file
 )
 missing=()
 for p in "${packages[@]}"; do

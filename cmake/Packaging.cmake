@@ -1,0 +1,74 @@
+# Installing for a desktop, and the Debian package built from that install (cpack, DEB).
+# `make package` configures build-pkg with this and runs cpack; the programs, the udev rule,
+# the desktop entry, the icon and the manual pages are all the package holds.
+
+include(GNUInstallDirs)
+
+set(I2CB_PACKAGING_DIR ${PROJECT_SOURCE_DIR}/packaging)
+
+# The udev rule; udev reads <prefix>/lib/udev/rules.d only for the prefix /usr, which is the
+# package's.
+install(FILES ${I2CB_PACKAGING_DIR}/60-i2cbridge.rules DESTINATION lib/udev/rules.d)
+
+if(I2CB_GUI)
+  install(FILES ${I2CB_PACKAGING_DIR}/i2cbridge.desktop
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+  install(FILES ${I2CB_PACKAGING_DIR}/i2cbridge.svg
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+endif()
+
+# Manual pages: the version goes in from project(), then gzip -n so the same sources give the
+# same bytes (no name or time stamp in the header).
+find_program(I2CB_GZIP gzip REQUIRED)
+set(I2CB_MAN_PAGES i2cbridge-cli)
+if(I2CB_GUI)
+  list(APPEND I2CB_MAN_PAGES i2cbridge)
+endif()
+set(I2CB_MAN_OUTPUTS)
+foreach(page ${I2CB_MAN_PAGES})
+  set(roff ${PROJECT_BINARY_DIR}/man/${page}.1)
+  configure_file(${I2CB_PACKAGING_DIR}/${page}.1 ${roff} @ONLY)
+  add_custom_command(OUTPUT ${roff}.gz
+                     COMMAND ${I2CB_GZIP} -9 -n -c ${roff} > ${roff}.gz
+                     DEPENDS ${roff}
+                     COMMENT "Compressing the manual page ${page}.1")
+  list(APPEND I2CB_MAN_OUTPUTS ${roff}.gz)
+  install(FILES ${roff}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endforeach()
+add_custom_target(i2cbridge_man ALL DEPENDS ${I2CB_MAN_OUTPUTS})
+
+# The package.
+set(I2CB_MAINTAINER "i2cbridge developers <i2cbridge-dev@example.org>"
+    CACHE STRING "Maintainer line of the Debian package")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME i2cbridge)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_VENDOR "i2cbridge developers")
+set(CPACK_PACKAGE_CONTACT "${I2CB_MAINTAINER}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "desktop tool for a USB-to-I2C bridge evaluation board")
+# The control file's first line is the summary; this is the long text under it.
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Opens a USB-to-I2C bridge evaluation board (USB vendor 0547, product 2005)
+and reads and writes single registers of the I2C devices behind it, keeps
+32-row register tables in register definitions files, sets and reads the
+board's GPIO pins and LEDs, and runs scripts of register reads and writes
+that compare every read with the data expected.
+.
+The package holds the Qt window program i2cbridge, the command-line
+program i2cbridge-cli for test stations and CI jobs (with JUnit reports and
+usbmon traces), and a udev rule that lets the user at the seat open the
+board without root. Both programs have a built-in simulated board
+(--simulate) to try them without hardware.")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${I2CB_MAINTAINER}")
+set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+# The shared libraries' packages, from dpkg-shlibdeps (dpkg-dev).
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
+    ${I2CB_PACKAGING_DIR}/debian/postinst ${I2CB_PACKAGING_DIR}/debian/postrm)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+include(CPack)
