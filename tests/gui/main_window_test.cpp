@@ -36,9 +36,8 @@ struct ShownWindow {
         rig.wb->windows.endProgram = [this] { ++ended; };
         view.resize(view.fullSize());
         view.show();
-        exposed = QTest::qWaitForWindowExposed(&view);
     }
-    bool exposed = false;
+    bool exposed() { return QTest::qWaitForWindowExposed(&view); }
     FrmI2CGeneral& m() { return view.model(); }
     template <class W = QWidget>
     W* c(const QString& name) {
@@ -70,7 +69,7 @@ class MainWindowTest : public QObject {
 private slots:
     void usbConnectAndDisconnectPaintTheConnectionArea() {
         ShownWindow w;
-        QVERIFY(w.exposed);
+        QVERIFY(w.exposed());
         w.click("cmdUSBConnect");
         QVERIFY(w.rig.wb->usb.UsbOpen);
         QCOMPARE(w.lamp("shpUSBCon(0)"), kLightGreen);
@@ -120,12 +119,12 @@ private slots:
         m.lblCommTest.setBackColor(0x008000);
         m.ChKManUsbConn.setChecked(true);
         m.Caption.setCaption("mux.qrl - Quantrel I2CUSB");
-        m.SSTab1.setTab(1);
-        w.rig.wb->log.LogMessage("Already Opened");
 
         QCOMPARE(w.text("txtReadByte"), QStringLiteral("5A"));
         QCOMPARE(w.lamp("Shape1(7)"), kLightRed);
         QVERIFY(w.shown("Shape3") && w.shown("lblNak"));
+        m.SSTab1.setTab(1);
+        w.rig.wb->log.LogMessage("Already Opened");
         auto* result = w.c<QLabel>("lblCommTest");
         QCOMPARE(result->text(), QStringLiteral("Good"));
         QVERIFY(result->autoFillBackground());
@@ -140,7 +139,7 @@ private slots:
 
     void hiddenCellsKeepTheirPlaceInTheTable() {
         ShownWindow w;
-        QVERIFY(w.exposed);
+        QVERIFY(w.exposed());
         const QList<QRect> before = {w.c("Shape1(20)")->geometry(),
                                      w.c("txtBWrite(20)")->geometry()};
         w.m().txtRdByte[20].setVisible(false);
@@ -194,7 +193,7 @@ private slots:
 
     void tabClickRunsTheTabHandler() {
         ShownWindow w;
-        QVERIFY(w.exposed);
+        QVERIFY(w.exposed());
         QTabBar* bar = w.c<QTabWidget>("SSTab1")->tabBar();
         const long yields = w.rig.pump.yields;
         QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(1).center());
@@ -257,7 +256,7 @@ private slots:
 
     void fullSizeFitsEveryControlWithoutScrollBars() {
         ShownWindow w;
-        QVERIFY(w.exposed);
+        QVERIFY(w.exposed());
         QTRY_COMPARE(w.view.size(), w.view.fullSize());
         QVERIFY(!w.shown("VScroll1") && !w.shown("HScroll1"));
         // The last row and the buttons under the table lie inside the viewport.
@@ -271,7 +270,7 @@ private slots:
 
     void scrollBarsMoveTheRegisterView() {
         ShownWindow w;
-        QVERIFY(w.exposed);
+        QVERIFY(w.exposed());
         auto* vbar = w.c<QScrollBar>("VScroll1");
         auto* hbar = w.c<QScrollBar>("HScroll1");
         QWidget* content = w.c("pbinner");
@@ -318,7 +317,7 @@ private slots:
 
     void enterAndFocusLossReachTheEntryHandlers() {
         ShownWindow w;
-        QVERIFY(w.exposed);
+        QVERIFY(w.exposed());
         w.type("txtI2CAdr", "7", true);
         QVERIFY(!w.m().lblCommTest.caption().empty());  // the communications test ran
         w.type("txtUserRegAdr", "zz", true);
@@ -341,9 +340,10 @@ private slots:
 
     void clicksReachTheRowAndPanelHandlers() {
         ShownWindow w;
-        QVERIFY(w.exposed);
+        QVERIFY(w.exposed());
         w.type("txtBWrite(5)", "100");
         QTest::mouseDClick(w.box("txtBWrite(5)"), Qt::LeftButton);
+        QCOMPARE(w.text("txtBWrite(5)"), QStringLiteral("--"));
         // Register 2 of the device at 60 holds its identifier.
         QTest::mouseClick(w.box("txtRdByte(2)"), Qt::LeftButton);
         w.type("txtUserRegAdr", "02");
@@ -351,9 +351,9 @@ private slots:
         QVERIFY(w.shown("lblNak"));
         w.click("Command7");
         w.click("cmdTestComm");
-        QCOMPARE(QStringList({w.text("txtBWrite(5)"), w.text("txtRdByte(2)"), w.text("txtReadByte"),
-                              w.text("txtBWrite(2)"), w.c<QLabel>("lblCommTest")->text()}),
-                 QStringList({"--", "5A", "5A", "5A", "Good"}));
+        QCOMPARE(QStringList({w.text("txtRdByte(2)"), w.text("txtReadByte"), w.text("txtBWrite(2)"),
+                              w.c<QLabel>("lblCommTest")->text()}),
+                 QStringList({"5A", "5A", "5A", "Good"}));
     }
 };
 
