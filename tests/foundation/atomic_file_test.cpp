@@ -25,25 +25,21 @@ mode_t ModeOf(const std::string& path) {
     return st.st_mode & 07777;
 }
 
-TEST(WriteFileAtomically, CreatesANewFileHoldingExactlyTheText) {
-    TempDir dir;
-    const std::string path = dir.file("new.qrl");
-    const std::string text = std::string("line 1\r\nline 2\r\n\0binary\xff", 24);
-    EXPECT_EQ(WriteFileAtomically(path, text), std::nullopt);
-    EXPECT_EQ(ReadBytes(path), text);
-    EXPECT_EQ(dir.entries(), 1) << "a temporary file was left behind";
-}
-
-TEST(WriteFileAtomically, ReplacesALongerFileWithNothingOfItLeft) {
+class WriteFileAtomicallyTest : public ::testing::Test {
+protected:
     TempDir dir;
     const std::string path = dir.file("setup.qrl");
-    WriteBytes(path, std::string(4096, 'x'));
-    EXPECT_EQ(WriteFileAtomically(path, "short"), std::nullopt);
-    EXPECT_EQ(ReadBytes(path), "short");
-    EXPECT_EQ(WriteFileAtomically(path, ""), std::nullopt);
-    EXPECT_TRUE(fs::exists(path));
-    EXPECT_EQ(ReadBytes(path), "");
-    EXPECT_EQ(dir.entries(), 1);
+};
+
+// A new file, then a longer file replaced by shorter ones down to nothing: each save holds
+// exactly the text and leaves no temporary file behind.
+TEST_F(WriteFileAtomicallyTest, EachSaveHoldsExactlyTheTextAndNothingIsLeftBehind) {
+    for (const std::string& text : {std::string("line 1\r\nline 2\r\n\0binary\xff", 24),
+                                    std::string(4096, 'x'), std::string("short"), std::string()}) {
+        EXPECT_EQ(WriteFileAtomically(path, text), std::nullopt);
+        EXPECT_EQ(ReadBytes(path), text);
+        EXPECT_EQ(dir.entries(), 1) << "a temporary file was left behind";
+    }
 }
 
 // Everything below the folder: each entry's permissions and content.
@@ -99,9 +95,7 @@ TEST(WriteFileAtomically, RefusalsSayWhyAndChangeNothing) {
 
 // A write that fails part way (here: a file size limit, as a full disk would) leaves the
 // earlier file whole and removes the half-written one.
-TEST(WriteFileAtomically, AFailedWriteLeavesTheEarlierFileWhole) {
-    TempDir dir;
-    const std::string path = dir.file("setup.qrl");
+TEST_F(WriteFileAtomicallyTest, AFailedWriteLeavesTheEarlierFileWhole) {
     const std::string old = "I2C ADDRESS , 60\r\n";
     WriteBytes(path, old);
 
@@ -115,32 +109,24 @@ TEST(WriteFileAtomically, AFailedWriteLeavesTheEarlierFileWhole) {
     ::setrlimit(RLIMIT_FSIZE, &saved);
     std::signal(SIGXFSZ, previous);
 
-    ASSERT_TRUE(failure.has_value());
-    EXPECT_EQ(failure->rfind("writing failed: ", 0), 0u) << *failure;
+    EXPECT_EQ(failure.value_or("").rfind("writing failed: ", 0), 0u) << failure.value_or("");
     EXPECT_EQ(ReadBytes(path), old);
     EXPECT_EQ(dir.entries(), 1) << "the half-written file was left behind";
 }
 
-TEST(WriteFileAtomically, AReplacedFileKeepsItsPermissions) {
-    TempDir dir;
-    const std::string path = dir.file("shared.qrl");
+// A replaced file keeps its permissions; a new one gets the usual ones through the umask.
+TEST_F(WriteFileAtomicallyTest, PermissionsOfAReplacedFileAreKeptAndANewFileFollowsTheUmask) {
     WriteBytes(path, "old");
     ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
-    EXPECT_EQ(WriteFileAtomically(path, "new"), std::nullopt);
-    EXPECT_EQ(ModeOf(path), 0640u);
-}
-
-TEST(WriteFileAtomically, ANewFileGetsTheUsualPermissionsThroughTheUmask) {
-    TempDir dir;
     const mode_t before = ::umask(022);
-    const auto failure = WriteFileAtomically(dir.file("new.qrl"), "text");
+    const auto failures = std::pair(WriteFileAtomically(path, "new"),
+                                    WriteFileAtomically(dir.file("new.qrl"), "text"));
     ::umask(before);
-    EXPECT_EQ(failure, std::nullopt);
-    EXPECT_EQ(ModeOf(dir.file("new.qrl")), 0644u);
+    EXPECT_EQ(failures, std::pair(std::optional<std::string>(), std::optional<std::string>()));
+    EXPECT_EQ(std::pair(ModeOf(path), ModeOf(dir.file("new.qrl"))), std::pair(0640u, 0644u));
 }
 
-TEST(WriteFileAtomically, SavingThroughALinkReplacesTheFileItNames) {
-    TempDir dir;
+TEST_F(WriteFileAtomicallyTest, SavingThroughALinkReplacesTheFileItNames) {
     fs::create_directory(dir.file("real"));
     const std::string real = dir.file("real/setup.qrl");
     WriteBytes(real, "old");
@@ -151,8 +137,7 @@ TEST(WriteFileAtomically, SavingThroughALinkReplacesTheFileItNames) {
     EXPECT_EQ(dir.entries(), 2);
 }
 
-TEST(WriteFileAtomically, ARelativeNameIsWrittenInTheCurrentFolder) {
-    TempDir dir;
+TEST_F(WriteFileAtomicallyTest, ARelativeNameIsWrittenInTheCurrentFolder) {
     const fs::path before = fs::current_path();
     fs::current_path(dir.path());
     const auto failure = WriteFileAtomically("bare", "text");

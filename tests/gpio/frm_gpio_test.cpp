@@ -12,6 +12,7 @@ namespace i2cbridge::testing {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using namespace std::string_literals;
 
 // A user click on a box: the box flips, then its handler runs.
 void Click(FrmGPIO& g, CheckBox& box, void (FrmGPIO::*handler)(int), int index) {
@@ -27,6 +28,25 @@ struct Started : ::testing::Test {
     FrmGPIO& gpio() { return rig.gpio(); }
     Rig rig;
 };
+
+// The hex boxes: enables PB, PB read back, enables PC, PC read back, then the data bytes the
+// same way.
+std::vector<std::string> Hex(FrmGPIO& g) {
+    std::vector<std::string> texts;
+    for (const auto* boxes : {&g.txtPCHex, &g.txtPCHexData})
+        for (const TextBox& box : *boxes) texts.push_back(box.text());
+    return texts;
+}
+
+// The lamps: "Update Enables", the PB and PC enable read-backs, and the two data writes.
+std::vector<int> Lamps(FrmGPIO& g) {
+    std::vector<int> colors;
+    for (int lamp : {0, 2, 3, 4, 5}) colors.push_back(g.shpGpioWr[lamp].color());
+    return colors;
+}
+using Texts = std::vector<std::string>;
+using Colors = std::vector<int>;
+constexpr int LG = qb::kLightGreen, G = qb::kGreen, LR = qb::kLightRed, BK = qb::kBlack;
 
 // --- Frames on the wire ---------------------------------------------------------------------
 
@@ -101,13 +121,8 @@ TEST_F(GpioReadBack, ShowsWhatTheBoardAnswersNotWhatWasWritten) {
     FrmGPIO& g = gpio();
     g.cmdGPIO_Write_Click();
 
-    EXPECT_EQ(g.txtPCHexData[1].text(), "3C");
-    EXPECT_EQ(g.txtPCHexData[3].text(), "53");  // PC4..7 inputs, LED latch bits 0 and 1 = 11
-    EXPECT_EQ(g.txtPCHex[1].text(), "00");
-    EXPECT_EQ(g.txtPCHex[3].text(), "00");
-    // The written boxes keep the state.
-    EXPECT_EQ(g.txtPCHexData[0].text(), "FF");
-    EXPECT_EQ(g.txtPCHexData[2].text(), "FF");
+    // PC reads 53: PC4..7 inputs, LED latch bits 0 and 1 = 11. The written boxes keep the state.
+    EXPECT_EQ(Hex(g), (Texts{"00", "00", "00", "00", "FF", "3C", "FF", "53"}));
 }
 
 TEST_F(GpioReadBack, DrivenPinsAndEnablesReadBackAndTheEnableLampsAgree) {
@@ -117,11 +132,9 @@ TEST_F(GpioReadBack, DrivenPinsAndEnablesReadBackAndTheEnableLampsAgree) {
     Click(g, g.chkOutEnc[3], &FrmGPIO::chkOutEnc_Click, 3);
     g.cmdGPIO_Write_Click();
 
-    EXPECT_EQ(g.txtPCHexData[1].text(), "FE");
-    EXPECT_EQ(g.txtPCHex[1].text(), "01");
-    EXPECT_EQ(g.txtPCHex[3].text(), "80");
-    EXPECT_EQ(g.shpGpioWr[2].color(), qb::kLightGreen);
-    EXPECT_EQ(g.shpGpioWr[3].color(), qb::kLightGreen);
+    EXPECT_EQ(Hex(g), (Texts{"01", "01", "80", "80", "FE", "FE", "FF", "FF"}));
+    EXPECT_EQ(Lamps(g)[1], LG);
+    EXPECT_EQ(Lamps(g)[2], LG);
 }
 
 TEST_F(GpioReadBack, FailedReadShowsZerosAndReddensOnlyEnableLampsWhoseStateIsNotZero) {
@@ -132,12 +145,9 @@ TEST_F(GpioReadBack, FailedReadShowsZerosAndReddensOnlyEnableLampsWhoseStateIsNo
 
     g.cmdGPIO_Write_Click();
 
-    for (int i : {1, 3}) {
-        EXPECT_EQ(g.txtPCHex[i].text(), "00") << i;
-        EXPECT_EQ(g.txtPCHexData[i].text(), "00") << i;
-    }
-    EXPECT_EQ(g.shpGpioWr[2].color(), qb::kLightRed);
-    EXPECT_EQ(g.shpGpioWr[3].color(), qb::kLightGreen);
+    EXPECT_EQ(Hex(g), (Texts{"04", "00", "00", "00", "FF", "00", "FF", "00"}));
+    EXPECT_EQ(Lamps(g)[1], LR);
+    EXPECT_EQ(Lamps(g)[2], LG);
     EXPECT_NE(rig.logSinceMark().find("ReadPipe: WDU_Transfer() failed: error &H"),
               std::string::npos);
     // The operation carries on to the end: the board was closed again.
@@ -150,9 +160,7 @@ TEST_F(GpioReadBack, ShortReplyLeavesTheMissingBytesAtZero) {
     rig.board.injectTransferFault({0x81, usb_status::kSuccess, 1u});
     g.cmdGPIO_Write_Click();
 
-    EXPECT_EQ(g.txtPCHexData[1].text(), "12");
-    EXPECT_EQ(g.txtPCHexData[3].text(), "00");
-    EXPECT_EQ(g.txtPCHex[1].text(), "00");
+    EXPECT_EQ(Hex(g), (Texts{"00", "00", "00", "00", "FF", "12", "FF", "00"}));
 }
 
 TEST_F(GpioReadBack, BoardNotOpenInManualModeLogsBothPipesAndShowsZeros) {
@@ -169,10 +177,9 @@ TEST_F(GpioReadBack, BoardNotOpenInManualModeLogsBothPipesAndShowsZeros) {
     EXPECT_TRUE(rig.sent().empty());
     EXPECT_EQ(rig.logSinceMark(),
               Entry("Write GPIOPipe .. USB Not opened") + Entry("ReadPipe .. USB Not opened"));
-    EXPECT_EQ(g.txtPCHexData[1].text(), "00");
-    EXPECT_EQ(g.txtPCHex[3].text(), "00");
-    EXPECT_EQ(g.shpGpioWr[2].color(), qb::kLightGreen);  // state byte 0 is 00
-    EXPECT_EQ(g.shpGpioWr[3].color(), qb::kLightRed);    // state byte 1 is 20
+    EXPECT_EQ(Hex(g), (Texts{"00", "00", "20", "00", "FF", "00", "FF", "00"}));
+    // The PB enable lamp agrees (state byte 0 is 00); the PC one does not (state byte 1 is 20).
+    EXPECT_EQ((Colors{Lamps(g)[1], Lamps(g)[2]}), (Colors{LG, LR}));
 }
 
 TEST_F(GpioReadBack, DataOnlyLeavesTheEnableReadBackAndItsLampsAlone) {
@@ -181,32 +188,27 @@ TEST_F(GpioReadBack, DataOnlyLeavesTheEnableReadBackAndItsLampsAlone) {
     FrmGPIO& fresh = gpio();
     fresh.cmdWrite_GPIO_Data_Click();
 
-    EXPECT_EQ(fresh.txtPCHexData[1].text(), "FF");
-    EXPECT_EQ(fresh.txtPCHexData[3].text(), "FF");
-    EXPECT_EQ(fresh.txtPCHex[1].text(), "--");
-    EXPECT_EQ(fresh.txtPCHex[3].text(), "--");
-    EXPECT_EQ(fresh.shpGpioWr[0].color(), qb::kBlack);
-    EXPECT_EQ(fresh.shpGpioWr[2].color(), qb::kBlack);
-    EXPECT_EQ(fresh.shpGpioWr[3].color(), qb::kBlack);
-    EXPECT_EQ(fresh.shpGpioWr[4].color(), qb::kLightGreen);
-    EXPECT_EQ(fresh.shpGpioWr[5].color(), qb::kLightGreen);
+    EXPECT_EQ(Hex(fresh), (Texts{"00", "--", "00", "--", "FF", "FF", "FF", "FF"}));
+    EXPECT_EQ(Lamps(fresh), (Colors{BK, BK, BK, LG, LG}));
 }
 
 TEST_F(GpioReadBack, WriteLampsFlipBetweenTheTwoGreensOnEveryWrite) {
     rig.program->unloadGpioScreen();
     FrmGPIO& g = gpio();
-    for (int lamp : {0, 4, 5}) ASSERT_EQ(g.shpGpioWr[lamp].color(), qb::kBlack) << lamp;
-
-    const int expected[] = {qb::kLightGreen, qb::kGreen, qb::kLightGreen, qb::kGreen};
-    for (int color : expected) {
+    std::vector<Colors> seen{Lamps(g)};
+    for (int k = 0; k < 4; ++k) {
         g.cmdGPIO_Write_Click();
-        for (int lamp : {0, 4, 5}) EXPECT_EQ(g.shpGpioWr[lamp].color(), color) << lamp;
+        seen.push_back(Lamps(g));
     }
     // Data only flips 4 and 5 and leaves the "Update Enables" lamp where it was.
     g.cmdWrite_GPIO_Data_Click();
-    EXPECT_EQ(g.shpGpioWr[4].color(), qb::kLightGreen);
-    EXPECT_EQ(g.shpGpioWr[5].color(), qb::kLightGreen);
-    EXPECT_EQ(g.shpGpioWr[0].color(), qb::kGreen);
+    seen.push_back(Lamps(g));
+    EXPECT_EQ(seen, (std::vector<Colors>{{BK, BK, BK, BK, BK},
+                                         {LG, LG, LG, LG, LG},
+                                         {G, LG, LG, G, G},
+                                         {LG, LG, LG, LG, LG},
+                                         {G, LG, LG, G, G},
+                                         {G, LG, LG, LG, LG}}));
 }
 
 TEST_F(GpioReadBack, WriteLampsFlipEvenWhenTheTransferFailed) {
@@ -227,13 +229,11 @@ TEST_F(GpioCheckBoxes, PortBDataBoxClearsAndRestoresItsBitWithoutSending) {
     const int transfers = rig.board.transferCount();
 
     Click(g, g.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
-    EXPECT_EQ(rig.wb->GpioState[2], 0xF7);
-    EXPECT_EQ(g.txtPCHexData[0].text(), "F7");
-
+    EXPECT_EQ((std::pair<int, std::string>(rig.wb->GpioState[2], g.txtPCHexData[0].text())),
+              std::pair(0xF7, "F7"s));
     Click(g, g.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
-    EXPECT_EQ(rig.wb->GpioState[2], 0xFF);
-    EXPECT_EQ(g.txtPCHexData[0].text(), "FF");
-
+    EXPECT_EQ((std::pair<int, std::string>(rig.wb->GpioState[2], g.txtPCHexData[0].text())),
+              std::pair(0xFF, "FF"s));
     EXPECT_EQ(rig.board.transferCount(), transfers);
     EXPECT_TRUE(rig.sent().empty());
 }
@@ -317,12 +317,8 @@ using GpioLifecycle = Started;
 
 TEST_F(GpioLifecycle, FirstShowingAfterStartUpShowsTheStartUpWrite) {
     FrmGPIO& g = gpio();
-    const std::pair<TextBox*, const char*> shown[] = {
-        {&g.txtPCHex[0], "00"},     {&g.txtPCHex[1], "00"},     {&g.txtPCHex[2], "00"},
-        {&g.txtPCHex[3], "00"},     {&g.txtPCHexData[0], "FF"}, {&g.txtPCHexData[1], "FF"},
-        {&g.txtPCHexData[2], "FF"}, {&g.txtPCHexData[3], "FF"}};
-    for (const auto& [box, text] : shown) EXPECT_EQ(box->text(), text);
-    for (int lamp : {0, 2, 3, 4, 5}) EXPECT_EQ(g.shpGpioWr[lamp].color(), qb::kLightGreen) << lamp;
+    EXPECT_EQ(Hex(g), (Texts{"00", "00", "00", "00", "FF", "FF", "FF", "FF"}));
+    EXPECT_EQ(Lamps(g), (Colors{LG, LG, LG, LG, LG}));
     for (const auto& box : g.ChkBData) EXPECT_TRUE(box.checked() && box.enabled());
     for (const auto& box : g.ChkCData) EXPECT_TRUE(box.checked() && box.enabled());
     for (const auto& box : g.ChKLedData) EXPECT_TRUE(box.checked() && box.enabled());
@@ -336,14 +332,10 @@ TEST(GpioStartUp, BoardAbsentAtStartUpShowsZerosRead) {
     Rig rig;
     rig.board.unplug();
     rig.main();
-    FrmGPIO& screen = rig.gpio();
-    EXPECT_EQ(screen.txtPCHexData[1].text(), "00");
-    EXPECT_EQ(screen.txtPCHexData[3].text(), "00");
-    EXPECT_EQ(screen.txtPCHex[1].text(), "00");
-    EXPECT_EQ(screen.txtPCHex[3].text(), "00");
+    EXPECT_EQ(Hex(rig.gpio()), (Texts{"00", "00", "00", "00", "FF", "00", "FF", "00"}));
     // Both enable bytes of the start state are 00, so the zeros still agree with them.
-    EXPECT_EQ(screen.shpGpioWr[2].color(), qb::kLightGreen);
-    EXPECT_EQ(screen.shpGpioWr[3].color(), qb::kLightGreen);
+    EXPECT_EQ(Lamps(rig.gpio())[1], LG);
+    EXPECT_EQ(Lamps(rig.gpio())[2], LG);
     EXPECT_TRUE(rig.sent().empty());
 }
 
@@ -359,17 +351,12 @@ TEST_F(GpioLifecycle, ReloadAfterUnloadStartsBoxesAfreshAndShowsTheState) {
     EXPECT_FALSE(rig.program->hasGpioScreen());
     FrmGPIO& g = gpio();
 
-    EXPECT_EQ(g.txtPCHex[0].text(), "01");
-    EXPECT_EQ(g.txtPCHex[2].text(), "00");
-    EXPECT_EQ(g.txtPCHexData[0].text(), "F7");
-    EXPECT_EQ(g.txtPCHexData[2].text(), "FD");
-    EXPECT_EQ(g.txtPCHex[1].text(), "--");
-    EXPECT_EQ(g.txtPCHexData[3].text(), "--");
+    EXPECT_EQ(Hex(g), (Texts{"01", "--", "00", "--", "F7", "--", "FD", "--"}));
     EXPECT_FALSE(g.chkOutEn[0].checked());
     EXPECT_TRUE(g.ChkBData[3].checked());
     EXPECT_TRUE(g.ChKLedData[1].checked());
     EXPECT_TRUE(g.ChkCData[2].enabled());
-    for (int lamp : {0, 2, 3, 4, 5}) EXPECT_EQ(g.shpGpioWr[lamp].color(), qb::kBlack) << lamp;
+    EXPECT_EQ(Lamps(g), (Colors{BK, BK, BK, BK, BK}));
 
     // A click changes only its own bit, not the bits the boxes disagree with.
     Click(g, g.ChkBData[5], &FrmGPIO::ChkBData_Click, 5);

@@ -2,12 +2,6 @@
 // showing reuses the open box, and "System Info..." reaches the launcher. Also the platform's
 // launcher on this system.
 
-#include <QApplication>
-#include <QFile>
-#include <QLabel>
-#include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
 #include <memory>
 
 #include "about/frm_about2.h"
@@ -15,10 +9,12 @@
 #include "qt/qt_system_info_launcher.h"
 #include "qt/qt_windows.h"
 #include "support/fakes.h"
+#include "support/qt_windows.h"
 
 using namespace i2cbridge;
 using i2cbridge::testing::Entry;
 using i2cbridge::testing::Rig;
+using namespace i2cbridge::testing;
 
 namespace {
 
@@ -53,15 +49,9 @@ private:
     int starts = 0;
 
     QWidget* box() { return windows->aboutBox(); }
-    template <class W>
-    W* child(const char* name) {
-        W* w = box()->findChild<W*>(QString::fromLatin1(name));
-        if (!w) qFatal("no widget %s", name);
-        return w;
-    }
     void show() { windows->showAbout(std::make_unique<NothingInstalled>(starts)); }
-    static void destroyClosed() {
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    void press(const char* name) {
+        QTest::mouseClick(Child<QPushButton>(box(), name), Qt::LeftButton);
     }
 
 private slots:
@@ -73,27 +63,21 @@ private slots:
     }
     void cleanup() {
         windows.reset();
-        destroyClosed();
+        DestroyClosedWindows();
         rig.reset();
     }
 
-    void okClosesAndDestroysTheBox() {
-        show();
-        QPointer<QWidget> opened = box();
-        QTest::mouseClick(child<QPushButton>("cmdOK"), Qt::LeftButton);
-        QVERIFY(!opened->isVisible());
-        destroyClosed();
-        QVERIFY(opened.isNull());
-        QVERIFY(!box());
-    }
-
-    void escapeClosesLikeOk() {
-        show();
-        QVERIFY(QTest::qWaitForWindowActive(box()));
-        QPointer<QWidget> opened = box();
-        QTest::keyClick(opened, Qt::Key_Escape);
-        destroyClosed();
-        QVERIFY(opened.isNull());
+    // OK and Escape close the box and destroy it.
+    void okAndEscapeCloseAndDestroyTheBox() {
+        for (bool escape : {false, true}) {
+            show();
+            QVERIFY(QTest::qWaitForWindowActive(box()));
+            QPointer<QWidget> opened = box();
+            escape ? QTest::keyClick(opened, Qt::Key_Escape) : press("cmdOK");
+            QVERIFY(!opened->isVisible());
+            DestroyClosedWindows();
+            QVERIFY(opened.isNull() && !box());
+        }
     }
 
     void secondShowReusesTheOpenBoxAndAfterOkLoadsAFreshOne() {
@@ -101,37 +85,30 @@ private slots:
         QWidget* first = box();
         show();
         QCOMPARE(box(), first);
-        int open = 0;
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (w->objectName() == "frmAbout2" && w->isVisible()) ++open;
-        }
-        QCOMPARE(open, 1);
-
-        QTest::mouseClick(child<QPushButton>("cmdOK"), Qt::LeftButton);
-        destroyClosed();
+        QCOMPARE(VisibleWindowsNamed("frmAbout2"), 1);
+        press("cmdOK");
+        DestroyClosedWindows();
         show();
-        QVERIFY(box());
-        QVERIFY(box()->isVisible());
-        QVERIFY(!box()->isModal());
+        QVERIFY(box() && box()->isVisible() && !box()->isModal());
         // The fresh box ran the model's load again.
-        QCOMPARE(child<QLabel>("lblVersion")->text(), QString::fromStdString(ProgramVersionText()));
+        QCOMPARE(Child<QLabel>(box(), "lblVersion")->text(),
+                 QString::fromStdString(ProgramVersionText()));
     }
 
     void showRightAfterOkMakesANewBox() {
         show();
         QPointer<QWidget> old = box();
-        QTest::mouseClick(child<QPushButton>("cmdOK"), Qt::LeftButton);
+        press("cmdOK");
         show();
         QVERIFY(box() != old.data());
-        destroyClosed();
-        QVERIFY(old.isNull());
-        QVERIFY(box() && box()->isVisible());
+        DestroyClosedWindows();
+        QVERIFY(old.isNull() && box() && box()->isVisible());
     }
 
     void systemInfoWithNothingInstalledLogsTheLine() {
         show();
         rig->markLog();
-        QTest::mouseClick(child<QPushButton>("cmdSysInfo"), Qt::LeftButton);
+        press("cmdSysInfo");
         QCOMPARE(rig->logSinceMark(), Entry("System Information Is Unavailable At This Time"));
         QVERIFY(box() && box()->isVisible());  // the box stays open
     }
@@ -142,20 +119,17 @@ private slots:
         QVERIFY(!os.openKey(registry::kLocalMachine, "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO",
                             registry::kAccessMask, key));
         const std::string sh = os.findProgram("sh");
-        QVERIFY(!sh.empty());
-        QVERIFY(os.fileExists(sh));
+        QVERIFY(!sh.empty() && os.fileExists(sh));
         QVERIFY(os.findProgram("no-such-program-on-this-path-9f3c").empty());
 
         QTemporaryDir dir;
-        QVERIFY(dir.isValid());
         const std::string file = (dir.path() + "/MSINFO32.EXE").toStdString();
-        QVERIFY(!os.fileExists(file));
+        QVERIFY(dir.isValid() && !os.fileExists(file));
         QFile f(QString::fromStdString(file));
         QVERIFY(f.open(QIODevice::WriteOnly));
         f.close();
         QVERIFY(os.fileExists(file));
         QVERIFY(!os.fileExists(dir.path().toStdString()));  // a folder is no program
-
         QVERIFY(!os.startDetached(dir.path().toStdString() + "/missing-program", {}));
         QVERIFY(os.startDetached(sh, {"-c", "exit 0"}));
     }
@@ -164,10 +138,7 @@ private slots:
     void screenshot() {
         show();
         QVERIFY(QTest::qWaitForWindowExposed(box()));
-        const QPixmap shot = box()->grab();
-        QCOMPARE(shot.size() / shot.devicePixelRatio(), box()->size());
-        const QByteArray dir = qgetenv("I2CB_SCREENSHOT_DIR");
-        if (!dir.isEmpty()) QVERIFY(shot.save(QString::fromLocal8Bit(dir) + "/about_box.png"));
+        QVERIFY(SaveScreenshot(box(), "about_box.png"));
     }
 };
 

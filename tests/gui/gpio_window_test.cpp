@@ -1,14 +1,7 @@
 // The GPIO window's binding: clicks reach the model's handlers, the model's changes repaint the
 // widgets, and the window's life follows the model's (closing it unloads the model).
 
-#include <QApplication>
-#include <QCheckBox>
-#include <QEventLoop>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QScreen>
-#include <QTest>
-#include <QTimer>
+#include <array>
 #include <memory>
 
 #include "foundation/colors.h"
@@ -18,9 +11,10 @@
 #include "qt/qt_placement.h"
 #include "qt/qt_windows.h"
 #include "support/fakes.h"
+#include "support/qt_windows.h"
 
 using namespace i2cbridge;
-using i2cbridge::testing::Rig;
+using namespace i2cbridge::testing;
 
 class GpioWindowTest : public QObject {
     Q_OBJECT
@@ -33,9 +27,7 @@ private:
     template <class W>
     W* child(const char* name, int index = -1) {
         const QString n = index < 0 ? QString::fromLatin1(name) : IndexedName(name, index);
-        W* w = window()->findChild<W*>(n);
-        if (!w) qFatal("no widget %s", qPrintable(n));
-        return w;
+        return Child<W>(window(), n);
     }
     QString hex(const char* name, int index) { return child<QLineEdit>(name, index)->text(); }
     QColor lamp(int index) { return child<LampWidget>("shpGpioWr", index)->color(); }
@@ -44,9 +36,8 @@ private:
         QCheckBox* box = child<QCheckBox>(name, index);
         QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
     }
-    static void destroyClosedWindows() {
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
+    bool checked(const char* name, int index) { return child<QCheckBox>(name, index)->isChecked(); }
+    void press(const char* name) { QTest::mouseClick(child<QPushButton>(name), Qt::LeftButton); }
 
 private slots:
     void init() {
@@ -57,7 +48,7 @@ private slots:
     }
     void cleanup() {
         windows.reset();
-        destroyClosedWindows();
+        DestroyClosedWindows();
         rig.reset();
     }
 
@@ -69,16 +60,13 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(window()));
         QCOMPARE(&rig->gpio(), model);
         QCOMPARE(hex("txtPCHexData", 1), QString("FF"));  // the start-up write's answer
-        QVERIFY(!child<QCheckBox>("ChKLedData", 0)->isChecked());
+        QVERIFY(!checked("ChKLedData", 0));
         QCOMPARE(lamp(4), LampColor(qb::kLightGreen));
 
         QWidget* first = window();
         windows->showGpioScreen();
         QCOMPARE(window(), first);
-        int open = 0;
-        for (QWidget* w : QApplication::topLevelWidgets())
-            open += w->objectName() == "frmGPIO" && w->isVisible();
-        QCOMPARE(open, 1);
+        QCOMPARE(VisibleWindowsNamed("frmGPIO"), 1);
     }
 
     void pinRowsLineUpAcrossTheThreeFrames() {
@@ -88,15 +76,11 @@ private slots:
             QWidget* w = child<QWidget>(name, i);
             return w->mapTo(window(), w->rect().center()).y();
         };
-        for (int i = 0; i < 8; ++i) {
+        for (int i = 0; i < 12; ++i) {
             const int y = centre("txtGPIOUserName", i);
-            QVERIFY(std::abs(centre("chkOutEn", i) - y) <= 1);
-            QVERIFY(std::abs(centre("ChkBData", i) - y) <= 1);
-        }
-        for (int i = 0; i < 4; ++i) {
-            const int y = centre("txtGPIOUserName", 8 + i);
-            QVERIFY(std::abs(centre("chkOutEnc", i) - y) <= 1);
-            QVERIFY(std::abs(centre("ChkCData", i) - y) <= 1);
+            for (const char* box :
+                 i < 8 ? std::array{"chkOutEn", "ChkBData"} : std::array{"chkOutEnc", "ChkCData"})
+                QVERIFY(std::abs(centre(box, i % 8) - y) <= 1);
         }
         QVERIFY(centre("ChKLedData", 0) > centre("ChkCData", 3));
         QVERIFY(centre("ChKLedData", 1) > centre("ChKLedData", 0));
@@ -105,11 +89,11 @@ private slots:
     void boxClicksReachTheHandlersAndRepaintTheHexBoxes() {
         windows->showGpioScreen();
         clickBox("ChkBData", 3);
-        QVERIFY(!child<QCheckBox>("ChkBData", 3)->isChecked());
-        QCOMPARE(hex("txtPCHexData", 0), QString("F7"));
         clickBox("chkOutEnc", 0);
-        QCOMPARE(hex("txtPCHex", 2), QString("10"));
-        QVERIFY(child<QCheckBox>("ChkCData", 0)->isEnabled());
+        const bool enabled = child<QCheckBox>("ChkCData", 0)->isEnabled();
+        QCOMPARE(QStringList({hex("txtPCHexData", 0), hex("txtPCHex", 2)}),
+                 QStringList({"F7", "10"}));
+        QVERIFY(!checked("ChkBData", 3) && enabled);
         clickBox("chkOutEnc", 0);
         QVERIFY(!child<QCheckBox>("ChkCData", 0)->isEnabled());
         clickBox("ChkCData", 0);  // a disabled box takes no click
@@ -128,15 +112,14 @@ private slots:
         clickBox("chkOutEn", 0);
         clickBox("ChkBData", 0);
         rig->board.model().gpio().pcInputs = 0x00;
-        QTest::mouseClick(child<QPushButton>("cmdGPIO_Write"), Qt::LeftButton);
-        QCOMPARE(rig->sent().back().bytes, (std::vector<uint8_t>{0xFE, 0xFF, 0x01, 0x00}));
-        QCOMPARE(hex("txtPCHexData", 3), QString("03"));
-        QCOMPARE(hex("txtPCHex", 1), QString("01"));
+        press("cmdGPIO_Write");
+        QCOMPARE(QStringList({hex("txtPCHexData", 3), hex("txtPCHex", 1)}),
+                 QStringList({"03", "01"}));
         QCOMPARE(lamp(4), LampColor(qb::kGreen));  // start-up lit it light green
-
-        QTest::mouseClick(child<QPushButton>("cmdWrite_GPIO_Data"), Qt::LeftButton);
-        QCOMPARE(rig->sent().back().bytes, (std::vector<uint8_t>{0xFE, 0xFF}));
+        press("cmdWrite_GPIO_Data");
         QCOMPARE(lamp(4), LampColor(qb::kLightGreen));
+        QCOMPARE(rig->sent(),
+                 (std::vector<WireFrame>{{0x01, {0xFE, 0xFF, 0x01, 0x00}}, {0x01, {0xFE, 0xFF}}}));
     }
 
     void closeUnloadsTheModelAndTheNextShowLoadsAFreshOne() {
@@ -147,14 +130,11 @@ private slots:
         QPointer<QWidget> old = window();
         old->close();
         QVERIFY(!rig->program->hasGpioScreen());
-        destroyClosedWindows();
-        QVERIFY(old.isNull());
-        QVERIFY(model.expired());
-        QVERIFY(!window());
+        DestroyClosedWindows();
+        QVERIFY(old.isNull() && model.expired() && !window());
 
         windows->showGpioScreen();
-        QVERIFY(rig->program->hasGpioScreen());
-        QVERIFY(!child<QCheckBox>("chkOutEn", 0)->isChecked());
+        QVERIFY(rig->program->hasGpioScreen() && !checked("chkOutEn", 0));
         QCOMPARE(hex("txtPCHexData", 0), QString("F7"));
     }
 
@@ -164,7 +144,7 @@ private slots:
         old->close();
         windows->showGpioScreen();
         QVERIFY(window() != old.data());
-        destroyClosedWindows();
+        DestroyClosedWindows();
         QVERIFY(old.isNull());
         // The new window drives the live model.
         clickBox("ChkBData", 1);
@@ -194,9 +174,8 @@ private slots:
         QVERIFY(aliveInsideTheWrite);
         QCOMPARE(rig->sent().size(), std::size_t{1});
         QVERIFY(!rig->program->hasGpioScreen());
-        destroyClosedWindows();
-        QVERIFY(w.isNull());
-        QVERIFY(model.expired());
+        DestroyClosedWindows();
+        QVERIFY(w.isNull() && model.expired());
     }
 
     void placementBesideAnotherWindow() {
@@ -235,11 +214,8 @@ private slots:
         clickBox("chkOutEn", 1);
         clickBox("ChkBData", 1);
         clickBox("chkOutEnc", 3);
-        QTest::mouseClick(child<QPushButton>("cmdGPIO_Write"), Qt::LeftButton);
-        const QPixmap shot = window()->grab();
-        QCOMPARE(shot.size() / shot.devicePixelRatio(), window()->size());
-        const QByteArray dir = qgetenv("I2CB_SCREENSHOT_DIR");
-        if (!dir.isEmpty()) QVERIFY(shot.save(QString::fromLocal8Bit(dir) + "/gpio_screen.png"));
+        press("cmdGPIO_Write");
+        QVERIFY(SaveScreenshot(window(), "gpio_screen.png"));
     }
 };
 

@@ -2,16 +2,6 @@
 // selects runs once, a row a run selects is not run again, and windows come and go
 // independently, also in the middle of a run.
 
-#include <QAction>
-#include <QApplication>
-#include <QGroupBox>
-#include <QHeaderView>
-#include <QLineEdit>
-#include <QPointer>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QTableView>
-#include <QTest>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -22,12 +12,11 @@
 #include "qt/qt_windows.h"
 #include "scripts/frm_script_ops.h"
 #include "support/fakes.h"
+#include "support/qt_windows.h"
 #include "support/temp_dir.h"
 
 using namespace i2cbridge;
-using i2cbridge::testing::Rig;
-using i2cbridge::testing::TempDir;
-using i2cbridge::testing::WriteBytes;
+using namespace i2cbridge::testing;
 
 namespace {
 
@@ -80,9 +69,7 @@ private:
     }
     template <class W>
     static W* child(QWidget* window, const char* name) {
-        W* w = window->findChild<W*>(QString::fromLatin1(name));
-        if (!w) qFatal("no widget %s", name);
-        return w;
+        return Child<W>(window, name);
     }
     static QVariant cell(ScriptWindowView* v, int row, int column, int role = Qt::DisplayRole) {
         QAbstractItemModel* m = v->grid()->model();
@@ -101,9 +88,6 @@ private:
     }
     static void runAll(ScriptWindowView* v) {
         QTest::mouseClick(child<QPushButton>(v, "cmdExecAll"), Qt::LeftButton);
-    }
-    static void destroyClosedWindows() {
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
 private slots:
@@ -235,7 +219,7 @@ private slots:
         rig->board.model().clearSent();
         rig->pump.atYield(20, [&] {
             b->close();
-            destroyClosedWindows();
+            DestroyClosedWindows();
         });
         runAll(a);
         QVERIFY(b.isNull());
@@ -248,7 +232,7 @@ private slots:
         rig->board.model().clearSent();
         rig->pump.atYield(20, [&] {
             a->close();
-            destroyClosedWindows();
+            DestroyClosedWindows();
             aliveInsideTheRun = !a.isNull();
         });
         runAll(a);
@@ -256,7 +240,7 @@ private slots:
         QCOMPARE(requests(), 4L);
         QVERIFY(rig->program->scriptWindows().empty());
         QVERIFY(windows->scriptWindows().empty());
-        destroyClosedWindows();
+        DestroyClosedWindows();
         QVERIFY(a.isNull());
     }
 
@@ -273,12 +257,12 @@ private slots:
         windows->showScriptWindow();
         ScriptWindowView* v = view();
         QVERIFY(QTest::qWaitForWindowExposed(v));
-        saveShot(v, "script-empty.png");
+        QVERIFY(SaveScreenshot(v, "script-empty.png"));
         rig->dialogs.openChoices = {script("register_check.txt", kScreenshotScript)};
         child<QAction>(v, "mnuScript_Read")->trigger();
-        saveShot(v, "script-loaded.png");
+        QVERIFY(SaveScreenshot(v, "script-loaded.png"));
         runAll(v);
-        saveShot(v, "script-run.png");
+        QVERIFY(SaveScreenshot(v, "script-run.png"));
     }
 
     // The interrupt example, run from a copy so that its data log stays out of the sources:
@@ -299,16 +283,7 @@ private slots:
         }
         QVERIFY(child<QGroupBox>(v, "frmDataRecord")->isVisible());
         QVERIFY(std::filesystem::exists(dir->file("interrupt_service_DL.txt")));
-        saveShot(v, "script-interrupt.png");
-    }
-
-private:
-    static void saveShot(QWidget* w, const char* name) {
-        const QByteArray folder = qgetenv("I2CB_SCREENSHOT_DIR");
-        QCoreApplication::processEvents();
-        const QPixmap shot = w->grab();
-        QVERIFY(!shot.isNull());
-        if (!folder.isEmpty()) QVERIFY(shot.save(QString::fromLocal8Bit(folder) + "/" + name));
+        QVERIFY(SaveScreenshot(v, "script-interrupt.png"));
     }
 };
 

@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <filesystem>
+#include <tuple>
 
 #include "foundation/colors.h"
+#include "foundation/hex_text.h"
 #include "support/fakes.h"
 #include "support/temp_dir.h"
 
@@ -29,15 +30,20 @@ std::ostream& operator<<(std::ostream& os, const Row& r) {
     return os << '[' << r.adr << '|' << r.desc << '|' << r.write << '|' << r.read << ']';
 }
 
+using Table = std::vector<Row>;
+
 class RegisterFileTest : public ::testing::Test {
 protected:
     Rig rig;
     TempDir dir;
     FrmI2CGeneral& w = rig.main();
 
-    Row row(int k) {
-        return {w.Reg_Adr[k].text(), w.Reg_Desc[k].text(), w.txtBWrite[k].text(),
-                w.txtRdByte[k].text()};
+    Table table() {
+        Table rows;
+        for (int k = 0; k < kRegisterRows; ++k)
+            rows.push_back({w.Reg_Adr[k].text(), w.Reg_Desc[k].text(), w.txtBWrite[k].text(),
+                            w.txtRdByte[k].text()});
+        return rows;
     }
     void setRow(int k, const Row& r) {
         w.Reg_Adr[k].setText(r.adr);
@@ -46,138 +52,121 @@ protected:
         w.txtRdByte[k].setText(r.read);
     }
     // A distinct, easily recognised text in every box.
+    static Table samples() {
+        Table rows;
+        for (int k = 0; k < kRegisterRows; ++k) {
+            const std::string n = std::to_string(k);
+            rows.push_back({"A" + n, "Desc " + n, "W" + n, "R" + n});
+        }
+        return rows;
+    }
     void fillTable() {
-        for (int k = 0; k < kRegisterRows; ++k) setRow(k, sample(k));
+        for (int k = 0; k < kRegisterRows; ++k) setRow(k, samples()[k]);
     }
-    static Row sample(int k) {
-        const std::string n = std::to_string(k);
-        return {"A" + n, "Desc " + n, "W" + n, "R" + n};
+    // The address box, the addresses taken and the two shown.
+    std::vector<std::string> addresses() {
+        return {w.txtI2CAdr.text(), HexText(rig.wb->i2c.I2CWriteAddress),
+                HexText(rig.wb->i2c.I2CReadAddress), w.txtActualWrtAddress.text(),
+                w.txtActualReadAddress.text()};
     }
+    // Both dialogs mark the log first, so logSinceMark() holds what the action logged.
     void open(const std::string& path) {
+        rig.markLog();
         rig.dialogs.openChoices.push_back(path);
         w.mnuSetup_Open_Click();
     }
     void save(const std::string& path) {
+        rig.markLog();
         rig.dialogs.saveChoices.push_back(path);
         w.mnuSetup_Save_Click();
     }
-    // A file of the address line and the given row lines, as a person might type it.
     std::string writeFile(const std::string& name, const std::string& text) {
         const std::string path = dir.file(name);
         WriteBytes(path, text);
         return path;
+    }
+    static std::string logged(const std::string& path, const std::string& what) {
+        return Entry("Register definitions file " + path + " " + what);
     }
 };
 
 TEST_F(RegisterFileTest, SaveThenLoadBringsBackTheAddressAndAll32Rows) {
     w.txtI2CAdr.setText("3C");
     fillTable();
-    const std::string path = dir.file("mux.qrl");
-    save(path);
-
+    save(dir.file("mux.qrl"));
     w.txtI2CAdr.setText("60");
     for (int k = 0; k < kRegisterRows; ++k) setRow(k, {"x", "x", "x", "x"});
-    open(path);
-
-    EXPECT_EQ(w.txtI2CAdr.text(), "3C");
-    EXPECT_EQ(w.txtActualWrtAddress.text(), "3C");
-    EXPECT_EQ(w.txtActualReadAddress.text(), "3D");
-    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x3C);
-    EXPECT_EQ(rig.wb->i2c.I2CReadAddress, 0x3D);
-    for (int k = 0; k < kRegisterRows; ++k) EXPECT_EQ(row(k), sample(k)) << "row " << k;
+    open(dir.file("mux.qrl"));
+    EXPECT_EQ(addresses(), (std::vector<std::string>{"3C", "3C", "3D", "3C", "3D"}));
+    EXPECT_EQ(table(), samples());
 }
 
 TEST_F(RegisterFileTest, ASavedFileIs33CrLfLinesOfTheBoxesAsTheyStand) {
     // After load the table holds addresses 00 to 1F and nothing else.
     w.txtI2CAdr.setText("c0");
     setRow(1, {"01", "Control", "8F", "--"});
-    const std::string path = dir.file("fresh.qrl");
-    save(path);
-
+    save(dir.file("fresh.qrl"));
     std::string expected = "I2C ADDRESS , c0\r\n00,,,\r\n01,Control,8F,--\r\n";
-    for (int k = 2; k < kRegisterRows; ++k) {
-        char adr[3];
-        std::snprintf(adr, sizeof adr, "%02X", k);
-        expected += std::string(adr) + ",,,\r\n";
-    }
-    EXPECT_EQ(ReadBytes(path), expected);
+    for (int k = 2; k < kRegisterRows; ++k)
+        expected += (k < 16 ? "0" : "") + HexText(k) + ",,,\r\n";
+    EXPECT_EQ(ReadBytes(dir.file("fresh.qrl")), expected);
     EXPECT_EQ(dir.entries(), 1);
 }
 
-TEST_F(RegisterFileTest, AnEmptyRowIsThreeCommasAndLoadsAsFourEmptyBoxes) {
+// Every field after a comma in a description moves one box on; an empty row is three commas.
+TEST_F(RegisterFileTest, EmptyRowsAndCommasInADescriptionRoundTripAsTheFieldsFall) {
     fillTable();
     setRow(7, {"", "", "", ""});
-    const std::string path = dir.file("gap.qrl");
-    save(path);
-    EXPECT_NE(ReadBytes(path).find("\r\nA6,Desc 6,W6,R6\r\n,,,\r\nA8,"), std::string::npos);
-
-    fillTable();
-    open(path);
-    EXPECT_EQ(row(7), (Row{"", "", "", ""}));
-    EXPECT_EQ(row(6), sample(6));
-    EXPECT_EQ(row(8), sample(8));
-}
-
-TEST_F(RegisterFileTest, ACommaInADescriptionShiftsEveryLaterField) {
-    fillTable();
     setRow(30, {"1E", "Gain, low", "0F", "0E"});
-    const std::string path = dir.file("comma.qrl");
-    save(path);
-    open(path);
-
-    for (int k = 0; k < 30; ++k) EXPECT_EQ(row(k), sample(k));
-    // The blank after the comma is dropped as a leading blank.
-    EXPECT_EQ(row(30), (Row{"1E", "Gain", "low", "0F"}));
-    EXPECT_EQ(row(31), (Row{"0E", "A31", "Desc 31", "W31"}));  // "R31" is never read
+    save(dir.file("gap.qrl"));
+    EXPECT_NE(ReadBytes(dir.file("gap.qrl")).find("\r\nA6,Desc 6,W6,R6\r\n,,,\r\nA8,"),
+              std::string::npos);
+    fillTable();
+    open(dir.file("gap.qrl"));
+    Table expected = samples();
+    expected[7] = {"", "", "", ""};
+    expected[30] = {"1E", "Gain", "low", "0F"};      // the blank after the comma is dropped
+    expected[31] = {"0E", "A31", "Desc 31", "W31"};  // "R31" is never read
+    EXPECT_EQ(table(), expected);
 }
 
 TEST_F(RegisterFileTest, LeadingBlanksAreDroppedTrailingBlanksAndQuotesKept) {
-    const std::string path =
-        writeFile("blanks.qrl", "I2C ADDRESS ,    60  \r\n  00,   Status  ,\"AA\", \"x, y\"\r\n");
-    open(path);
-    EXPECT_EQ(w.txtI2CAdr.text(), "60  ");
+    open(writeFile("blanks.qrl", "I2C ADDRESS ,    60  \r\n  00,   Status  ,\"AA\", \"x, y\"\r\n"));
+    EXPECT_EQ(addresses()[0], "60  ");
     EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
-    EXPECT_EQ(row(0), (Row{"00", "Status  ", "\"AA\"", "\"x"}));
-    EXPECT_EQ(w.Reg_Adr[1].text(), "y\"");
+    EXPECT_EQ(table()[0], (Row{"00", "Status  ", "\"AA\"", "\"x"}));
+    EXPECT_EQ(table()[1].adr, "y\"");
 }
 
 TEST_F(RegisterFileTest, ExtraLinesAndExtraFieldsAreIgnored) {
     std::string text = "I2C ADDRESS , 60\r\n";
-    for (int k = 0; k < kRegisterRows; ++k) {
-        const Row r = sample(k);
+    for (const Row& r : samples())
         text += r.adr + "," + r.desc + "," + r.write + "," + r.read + "\r\n";
-    }
-    text += "40,Beyond,11,22\r\n41,More,33,44\r\n";
-    open(writeFile("long.qrl", text));
-    for (int k = 0; k < kRegisterRows; ++k) EXPECT_EQ(row(k), sample(k));
+    open(writeFile("long.qrl", text + "40,Beyond,11,22\r\n41,More,33,44\r\n"));
+    EXPECT_EQ(table(), samples());
 
-    rig.markLog();
     // The fields on the second row line spill into row 1 and on from there.
     open(writeFile("wide.qrl", "I2C ADDRESS , 60, 61\r\n00,a,b,c,d,e\r\n"));
-    EXPECT_EQ(w.txtI2CAdr.text(), "60");
-    EXPECT_EQ(row(0), (Row{"61", "00", "a", "b"}));
-    EXPECT_EQ(row(1), (Row{"c", "d", "e", sample(1).read}));
-    EXPECT_EQ(rig.logSinceMark(), Entry("Register definitions file " + dir.file("wide.qrl") +
-                                        " ended after 9 of 130 fields"));
+    Table expected = samples();
+    expected[0] = {"61", "00", "a", "b"};
+    expected[1] = {"c", "d", "e", "R1"};
+    EXPECT_EQ(table(), expected);
+    EXPECT_EQ(addresses()[0], "60");
+    EXPECT_EQ(rig.logSinceMark(), logged(dir.file("wide.qrl"), "ended after 9 of 130 fields"));
 }
 
 TEST_F(RegisterFileTest, TheAddressIsUpperCasedAndTakenWithoutRangeTest) {
-    struct Case {
+    const struct {
         const char* field;
-        const char* box;
-        int write;
-        const char* shownWrite;
-        const char* shownRead;
-    };
-    for (const Case& c : {Case{"c0", "C0", 0xC0, "C0", "C1"}, Case{"1C0", "1C0", 0xC0, "C0", "C1"},
-                          Case{"FF", "FF", 0xFF, "FF", "0"}, Case{"08", "08", 0x08, "8", "9"},
-                          Case{"zz", "ZZ", 0x00, "0", "1"}}) {
+        std::vector<std::string> addresses;
+    } cases[] = {{"c0", {"C0", "C0", "C1", "C0", "C1"}},
+                 {"1C0", {"1C0", "C0", "C1", "C0", "C1"}},
+                 {"FF", {"FF", "FF", "0", "FF", "0"}},
+                 {"08", {"08", "8", "9", "8", "9"}},
+                 {"zz", {"ZZ", "0", "1", "0", "1"}}};
+    for (const auto& c : cases) {
         open(writeFile("adr.qrl", std::string("I2C ADDRESS , ") + c.field + "\r\n"));
-        EXPECT_EQ(w.txtI2CAdr.text(), c.box) << c.field;
-        EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, c.write) << c.field;
-        EXPECT_EQ(rig.wb->i2c.I2CReadAddress, (c.write + 1) % 256) << c.field;
-        EXPECT_EQ(w.txtActualWrtAddress.text(), c.shownWrite) << c.field;
-        EXPECT_EQ(w.txtActualReadAddress.text(), c.shownRead) << c.field;
+        EXPECT_EQ(addresses(), c.addresses) << c.field;
     }
     EXPECT_TRUE(rig.dialogs.messages.empty()) << "loading must not complain about an address";
 }
@@ -186,38 +175,31 @@ TEST_F(RegisterFileTest, LoadedTextsAreNotValidatedAndLampsAreNotTouched) {
     w.shpBwrite[0].setColor(rig.wb->colors.lightRed());
     w.Shape1[0].setColor(rig.wb->colors.green());
     open(writeFile("raw.qrl", "I2C ADDRESS , 60\r\n1FF,x,g5,--\r\n"));
-    EXPECT_EQ(row(0), (Row{"1FF", "x", "g5", "--"}));
+    EXPECT_EQ(table()[0], (Row{"1FF", "x", "g5", "--"}));
     EXPECT_EQ(w.shpBwrite[0].color(), rig.wb->colors.lightRed());
     EXPECT_EQ(w.Shape1[0].color(), rig.wb->colors.green());
 }
 
 TEST_F(RegisterFileTest, LoadingNeverContactsTheBoardNorYields) {
     fillTable();
-    const std::string path = dir.file("quiet.qrl");
-    save(path);
-    const auto sent = rig.sent().size();
-    const long yields = rig.pump.yields;
-    const bool wasOpen = rig.wb->usb.UsbOpen;
-    open(path);
-    EXPECT_EQ(rig.sent().size(), sent);
-    EXPECT_EQ(rig.pump.yields, yields);
-    EXPECT_EQ(rig.wb->usb.UsbOpen, wasOpen);
+    save(dir.file("quiet.qrl"));
+    const auto before = std::tuple(rig.sent().size(), rig.pump.yields, rig.wb->usb.UsbOpen);
+    open(dir.file("quiet.qrl"));
+    EXPECT_EQ(std::tuple(rig.sent().size(), rig.pump.yields, rig.wb->usb.UsbOpen), before);
 }
 
 TEST_F(RegisterFileTest, AShortFileFillsWhatItHasLogsAndKeepsTheNewCaption) {
     fillTable();
     const std::string path =
         writeFile("short.qrl", "I2C ADDRESS , 50\r\n00,Status,00,--\r\n01,Control,8F\r\n");
-    rig.markLog();
     open(path);
-
-    EXPECT_EQ(w.txtI2CAdr.text(), "50");
+    Table expected = samples();
+    expected[0] = {"00", "Status", "00", "--"};
+    expected[1] = {"01", "Control", "8F", "R1"};
+    EXPECT_EQ(table(), expected);
+    EXPECT_EQ(addresses()[0], "50");
     EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x50);
-    EXPECT_EQ(row(0), (Row{"00", "Status", "00", "--"}));
-    EXPECT_EQ(row(1), (Row{"01", "Control", "8F", sample(1).read}));
-    for (int k = 2; k < kRegisterRows; ++k) EXPECT_EQ(row(k), sample(k));
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("Register definitions file " + path + " ended after 9 of 130 fields"));
+    EXPECT_EQ(rig.logSinceMark(), logged(path, "ended after 9 of 130 fields"));
     EXPECT_EQ(w.Caption.caption(), "short.qrl - Quantrel I2CUSB");
     EXPECT_EQ(w.CommonDialog1.fileTitle, "short.qrl");
 }
@@ -240,12 +222,10 @@ TEST_F(RegisterFileTest, UnreadableFilesAreLoggedAndChangeNoBox) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         fillTable();
-        rig.markLog();
         open(c.path);
-        EXPECT_EQ(rig.logSinceMark(), Entry("Register definitions file " + c.path + " " + c.why));
-        EXPECT_EQ(w.txtI2CAdr.text(), "60");
-        EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
-        for (int k = 0; k < kRegisterRows; ++k) EXPECT_EQ(row(k), sample(k));
+        EXPECT_EQ(rig.logSinceMark(), logged(c.path, c.why));
+        EXPECT_EQ(addresses(), (std::vector<std::string>{"60", "60", "61", "60", "61"}));
+        EXPECT_EQ(table(), samples());
         if (c.opened) continue;
         EXPECT_EQ(w.Caption.caption(), kStartCaption);
         EXPECT_EQ(w.CommonDialog1.fileTitle, "");
@@ -258,24 +238,17 @@ TEST_F(RegisterFileTest, AFailedSaveKeepsTheOldFileAndTheCaptionAndSaysWhy) {
     save(good);
     ASSERT_EQ(w.Caption.caption(), "good.qrl - Quantrel I2CUSB");
     const std::string before = ReadBytes(good);
-
     setRow(0, {"changed", "", "", ""});
-    rig.markLog();
     const std::string lost = dir.file("no-such-folder/new.qrl");
     save(lost);
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("Register definitions file " + lost + " was not saved: the folder " +
-                    dir.file("no-such-folder") + " does not exist"));
+    EXPECT_EQ(rig.logSinceMark(), logged(lost, "was not saved: the folder " +
+                                                   dir.file("no-such-folder") + " does not exist"));
     EXPECT_EQ(w.Caption.caption(), "good.qrl - Quantrel I2CUSB");
     EXPECT_FALSE(std::filesystem::exists(dir.file("no-such-folder")));
-    EXPECT_EQ(ReadBytes(good), before);
-    EXPECT_TRUE(rig.dialogs.messages.empty());
 
     ASSERT_EQ(::chmod(good.c_str(), 0444), 0);
-    rig.markLog();
     save(good);
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("Register definitions file " + good + " was not saved: the file is read-only"));
+    EXPECT_EQ(rig.logSinceMark(), logged(good, "was not saved: the file is read-only"));
     EXPECT_EQ(ReadBytes(good), before);
     EXPECT_EQ(dir.entries(), 1);
     EXPECT_TRUE(rig.dialogs.messages.empty());
@@ -287,24 +260,20 @@ TEST_F(RegisterFileTest, AFileInAFolderThatAllowsNoNewFileIsWrittenInPlaceAndThe
     save(path);
     ASSERT_EQ(::chmod(dir.path().c_str(), 0555), 0);
     for (int k = 1; k < kRegisterRows; ++k) setRow(k, {});  // a shorter text than before
-    rig.markLog();
     save(path);
     ::chmod(dir.path().c_str(), 0755);
-
     std::string expected = "I2C ADDRESS , 60\r\nA0,Desc 0,W0,R0\r\n";
     for (int k = 1; k < kRegisterRows; ++k) expected += ",,,\r\n";
     EXPECT_EQ(ReadBytes(path), expected);
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("Register definitions file " + path +
-                    " was written over in place: its folder allows no new file, so the save "
-                    "was not whole-or-nothing"));
+    EXPECT_EQ(rig.logSinceMark(), logged(path,
+                                         "was written over in place: its folder allows no "
+                                         "new file, so the save was not whole-or-nothing"));
     EXPECT_EQ(dir.entries(), 1);
 }
 
 TEST_F(RegisterFileTest, ANameWithoutExtensionIsUsedAsTyped) {
-    const std::string path = dir.file("setup");
-    save(path);
-    EXPECT_TRUE(std::filesystem::exists(path));
+    save(dir.file("setup"));
+    EXPECT_TRUE(std::filesystem::exists(dir.file("setup")));
     EXPECT_EQ(dir.entries(), 1);
     EXPECT_EQ(w.Caption.caption(), "setup - Quantrel I2CUSB");
 }
@@ -312,49 +281,46 @@ TEST_F(RegisterFileTest, ANameWithoutExtensionIsUsedAsTyped) {
 TEST_F(RegisterFileTest, CancellingEitherDialogChangesNothing) {
     fillTable();
     rig.markLog();
-    open("");
-    save("");
+    rig.dialogs.openChoices.push_back("");
+    w.mnuSetup_Open_Click();
+    rig.dialogs.saveChoices.push_back("");
+    w.mnuSetup_Save_Click();
     EXPECT_EQ(rig.dialogs.openShown.size(), 1u);
     EXPECT_EQ(rig.dialogs.saveShown.size(), 1u);
     EXPECT_EQ(dir.entries(), 0);
     EXPECT_EQ(w.Caption.caption(), kStartCaption);
     EXPECT_EQ(rig.logSinceMark(), "");
-    for (int k = 0; k < kRegisterRows; ++k) EXPECT_EQ(row(k), sample(k));
+    EXPECT_EQ(table(), samples());
+}
+
+// What each file dialog was shown: title, filter, filter index, flags, extension, name.
+using Shown = std::tuple<std::string, std::string, int, int, std::string, std::string>;
+std::vector<Shown> Fields(const std::vector<FileDialogState>& shown) {
+    std::vector<Shown> all;
+    for (const FileDialogState& s : shown)
+        all.emplace_back(s.title, s.filter, s.filterIndex, s.flags, s.defaultExt, s.fileName);
+    return all;
 }
 
 TEST_F(RegisterFileTest, TheOpenDialogAsksForASetupFileWithNoProposedName) {
-    const std::string path = dir.file("mux.qrl");
-    save(path);
-    open(path);
+    save(dir.file("mux.qrl"));
+    open(dir.file("mux.qrl"));
     open("");
-    ASSERT_EQ(rig.dialogs.openShown.size(), 2u);
-    for (const FileDialogState& shown : rig.dialogs.openShown) {
-        EXPECT_EQ(shown.title, "Select Setup File to Open");
-        EXPECT_EQ(shown.filter, kFilter);
-        EXPECT_EQ(shown.filterIndex, 2);
-        EXPECT_EQ(shown.defaultExt, "*.QRL");
-        EXPECT_EQ(shown.fileName, "");
-    }
+    const int flags = rig.dialogs.openShown.at(0).flags;
+    const Shown asked{"Select Setup File to Open", kFilter, 2, flags, "*.QRL", ""};
+    EXPECT_EQ(Fields(rig.dialogs.openShown), (std::vector<Shown>{asked, asked}));
     EXPECT_EQ(w.Caption.caption(), "mux.qrl - Quantrel I2CUSB");
 }
 
 TEST_F(RegisterFileTest, TheSaveDialogProposesTheLastFileLoadedOrSaved) {
     save("");
-    const std::string loaded = writeFile("mux.qrl", "I2C ADDRESS , 60\r\n");
-    open(loaded);
+    open(writeFile("mux.qrl", "I2C ADDRESS , 60\r\n"));
     save(dir.file("other.qrl"));
     save("");
-    ASSERT_EQ(rig.dialogs.saveShown.size(), 3u);
-    EXPECT_EQ(rig.dialogs.saveShown[0].fileName, "");
-    EXPECT_EQ(rig.dialogs.saveShown[1].fileName, "mux.qrl");
-    EXPECT_EQ(rig.dialogs.saveShown[2].fileName, "other.qrl");
-    for (const FileDialogState& shown : rig.dialogs.saveShown) {
-        EXPECT_EQ(shown.title, "");
-        EXPECT_EQ(shown.filter, kFilter);
-        EXPECT_EQ(shown.filterIndex, 2);
-        EXPECT_EQ(shown.flags, 4);
-        EXPECT_EQ(shown.defaultExt, "");
-    }
+    EXPECT_EQ(Fields(rig.dialogs.saveShown),
+              (std::vector<Shown>{{"", kFilter, 2, 4, "", ""},
+                                  {"", kFilter, 2, 4, "", "mux.qrl"},
+                                  {"", kFilter, 2, 4, "", "other.qrl"}}));
     EXPECT_EQ(w.Caption.caption(), "other.qrl - Quantrel I2CUSB");
 }
 
@@ -363,10 +329,10 @@ TEST_F(RegisterFileTest, SavingYieldsOncePerRowAndWritesRowsAsTheyStandThen) {
     const long yields = rig.pump.yields;
     // A click during the save's first yield edits the last row before it is written.
     rig.pump.atYield(1, [&] { w.Reg_Desc[31].setText("edited meanwhile"); });
-    const std::string path = dir.file("live.qrl");
-    save(path);
+    save(dir.file("live.qrl"));
     EXPECT_EQ(rig.pump.yields - yields, kRegisterRows);
-    EXPECT_NE(ReadBytes(path).find("\r\nA31,edited meanwhile,W31,R31\r\n"), std::string::npos);
+    EXPECT_NE(ReadBytes(dir.file("live.qrl")).find("\r\nA31,edited meanwhile,W31,R31\r\n"),
+              std::string::npos);
 }
 
 }  // namespace
