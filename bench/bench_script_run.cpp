@@ -20,14 +20,13 @@
 //   hides the next one's growth.
 
 #include <benchmark/benchmark.h>
-
-#include <cstdlib>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -35,7 +34,7 @@
 #include <vector>
 
 #include "app/program.h"
-#include "foundation/ports.h"
+#include "script_bench_ports.h"
 #include "scripts/frm_script_ops.h"
 #include "support/temp_dir.h"
 #include "usb/simulated_board.h"
@@ -45,36 +44,6 @@ namespace i2cbridge {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// Delivers the board's attach and detach events, as the program's event loop does; nothing
-// else is waiting to run.
-class BoardEventsPump : public UiPump {
-public:
-    explicit BoardEventsPump(BoardDriver& driver) : driver_(driver) {}
-    void yield() override { driver_.deliverEvents(); }
-    void sleepMs(int) override {}
-    DateTime now() override { return {2026, 11, 18, 17, 5, 9}; }
-
-private:
-    BoardDriver& driver_;
-};
-
-// The file dialog answers with the script; message boxes are answered OK.
-class ScriptDialogs : public Dialogs {
-public:
-    explicit ScriptDialogs(std::string path) : path_(std::move(path)) {}
-    Answer messageBox(const std::string&, const std::string&, Buttons) override {
-        return Answer::Ok;
-    }
-    bool openFile(FileDialogState& state) override {
-        state.setFileName(path_);
-        return true;
-    }
-    bool saveFile(FileDialogState&) override { return false; }
-
-private:
-    std::string path_;
-};
 
 // A script holds at most kMaxScriptLines rows, so the 1000-row run has no room for a comment.
 std::string ReadRows(int rows) {

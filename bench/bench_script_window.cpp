@@ -22,10 +22,10 @@
 #include <string>
 
 #include "app/program.h"
-#include "foundation/ports.h"
 #include "qt/qt_ports.h"
 #include "qt/qt_script_window.h"
 #include "registers/frm_i2c_general.h"
+#include "script_bench_ports.h"
 #include "scripts/frm_script_ops.h"
 #include "usb/simulated_board.h"
 #include "workbench/workbench.h"
@@ -46,34 +46,6 @@ QApplication& App() {
     static QApplication* app = new QApplication(argc, argv);
     return *app;
 }
-
-class BoardEventsPump : public UiPump {
-public:
-    explicit BoardEventsPump(BoardDriver& driver) : driver_(driver) {}
-    void yield() override { driver_.deliverEvents(); }
-    void sleepMs(int) override {}
-    DateTime now() override { return {2026, 11, 18, 17, 5, 9}; }
-
-private:
-    BoardDriver& driver_;
-};
-
-// The file dialog answers with the script; message boxes are answered OK.
-class ScriptDialogs : public Dialogs {
-public:
-    explicit ScriptDialogs(std::string path) : path_(std::move(path)) {}
-    Answer messageBox(const std::string&, const std::string&, Buttons) override {
-        return Answer::Ok;
-    }
-    bool openFile(FileDialogState& state) override {
-        state.setFileName(path_);
-        return true;
-    }
-    bool saveFile(FileDialogState&) override { return false; }
-
-private:
-    std::string path_;
-};
 
 class ScriptFile {
 public:
