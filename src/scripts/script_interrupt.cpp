@@ -2,6 +2,8 @@
 // the GPIO screen and compared with their idle value; a difference runs the script's service
 // routine and moves the run on past the row after which it was seen.
 
+#include <algorithm>
+
 #include "gpio/frm_gpio.h"
 #include "scripts/frm_script_ops.h"
 #include "workbench/workbench.h"
@@ -34,7 +36,10 @@ void FrmScriptOps::runService() {
     ScriptRunState& run = wb_.script;
     if (run.IntStartLine == 0 || run.IntEndLine <= run.IntStartLine || run.ServiceRunning) return;
     run.ServiceRunning = true;
-    for (run.IntStep = run.IntStartLine; run.IntStep <= run.IntEndLine; ++run.IntStep) {
+    // The lines are shared by every window: another window's script may have set them past the
+    // end of this one.
+    const int16_t last = static_cast<int16_t>(std::min<int>(run.IntEndLine, rowCount()));
+    for (run.IntStep = run.IntStartLine; run.IntStep <= last; ++run.IntStep) {
         const int step = run.IntStep;
         vbalGrid1.setSelectedRow(step);
         ExecuteScriptRow(step, 1);
