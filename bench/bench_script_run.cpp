@@ -12,12 +12,12 @@
 //   appends the script to its "_DL" file. Reported: the time per pass over the first and the last
 //   100 passes, the resident size after the first 100 passes and at the end, and the program log's
 //   size at both points (the log keeps every entry, three per open). The "_DL" file must grow
-//   by exactly one script per pass. Argument 1 runs the board as the program builds it (it
-//   keeps every frame sent, for tests); 0 turns that record off, so what remains is the
-//   program's own growth. The wall-clock times include the data log's sync to disk; the
-//   cpu_us counters leave it out. Run each argument in a process of its own
-//   (--benchmark_filter=record_frames:0): memory freed by one soak stays with the process and
-//   hides the next one's growth.
+//   by exactly one script per pass. record_frames 1 keeps every frame sent (as tests have the
+//   board), 0 as the program builds it; keep_log 1 keeps the log's text (as the window does,
+//   which shows it), 0 streams it only (as the command line does). The wall-clock times
+//   include the data log's sync to disk; the cpu_us counters leave it out. Run each case in a
+//   process of its own (--benchmark_filter='record_frames:0/keep_log:0'): memory freed by one
+//   soak stays with the process and hides the next one's growth.
 
 #include <benchmark/benchmark.h>
 #include <time.h>
@@ -53,10 +53,11 @@ std::string ReadRows(int rows) {
 }
 
 struct Bench {
-    Bench(const std::string& scriptText, bool recordFrames)
+    Bench(const std::string& scriptText, bool recordFrames, bool keepLog)
         : script(dir.file("soak.txt")), dialogs(script) {
         testing::WriteBytes(script, scriptText);
         board.model().setRecording(recordFrames);
+        wb.log.Txtlog.setRetain(keepLog);
         window = program.newScriptWindow();
         window->Form_Load();
     }
@@ -77,7 +78,7 @@ struct Bench {
 
 void BM_RunAllSteps_1000Rows(benchmark::State& state) {
     constexpr int kRows = 1000;
-    Bench b(ReadRows(kRows), false);
+    Bench b(ReadRows(kRows), false, true);
     for (auto _ : state) b.window->cmdExecAll_Click();
     if (!b.allRowsPassed(kRows)) state.SkipWithError("a row did not pass");
     state.counters["per_row"] = benchmark::Counter(
@@ -87,7 +88,7 @@ BENCHMARK(BM_RunAllSteps_1000Rows)->Unit(benchmark::kMillisecond);
 
 void BM_RunAllSteps_100Rows_1msFrames(benchmark::State& state) {
     constexpr int kRows = 100;
-    Bench b(ReadRows(kRows), false);
+    Bench b(ReadRows(kRows), false, true);
     b.board.setLatency(std::chrono::milliseconds(1));
     const int transfersBefore = b.board.transferCount();
     const auto start = Clock::now();
@@ -137,11 +138,12 @@ void BM_Soak_LoopCont_50Rows_SaveFile(benchmark::State& state) {
     constexpr int kWindow = 100;  // passes averaged at the start and at the end
     constexpr double kMiB = 1024.0 * 1024.0;
     const bool recordFrames = state.range(0) != 0;
+    const bool keepLog = state.range(1) != 0;
 
     for (auto _ : state) {
         const std::string text = "# soak\r\n" + ReadRows(kReads) +
                                  "`S            # append this pass to the data log\r\n";
-        Bench b(text, recordFrames);
+        Bench b(text, recordFrames, keepLog);
         // The first pass writes the script back as it was loaded, with the stamp on line 1.
         const std::uintmax_t firstPass =
             text.size() + std::string("# AutoUpdated: 11-18-2026 17:05:09 Looping: 0").size();
@@ -236,9 +238,10 @@ void BM_Soak_LoopCont_50Rows_SaveFile(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_Soak_LoopCont_50Rows_SaveFile)
-    ->ArgName("record_frames")
-    ->Arg(1)
-    ->Arg(0)
+    ->ArgNames({"record_frames", "keep_log"})
+    ->Args({1, 1})
+    ->Args({0, 1})
+    ->Args({0, 0})
     ->Iterations(1)
     ->Unit(benchmark::kSecond)
     ->UseRealTime();

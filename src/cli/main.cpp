@@ -84,6 +84,8 @@ Session::Session(const Options& o)
     dialogs_.okCancelAnswer = o.pause;
     // Without the main window's open, the I2C pipe is selected here.
     wb_.usb.InitI2CPipe();
+    // Every entry goes to stderr or the log file as it is written; nothing reads it back.
+    wb_.log.Txtlog.setRetain(false);
     if (!o.logFile.empty()) {
         log_ = std::fopen(o.logFile.c_str(), "ab");
         if (!log_) {

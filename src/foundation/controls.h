@@ -131,16 +131,20 @@ public:
 
     const std::string& text() const { return text_; }
     void append(std::string_view s) {
-        text_.append(s);
+        if (retain_) text_.append(s);
         if (onAppend) onAppend(s);
     }
     void clear() {
         text_.clear();
         if (onClear) onClear();
     }
+    // A front end that streams the text elsewhere (the command line writes each entry to
+    // stderr or a file) need not keep it: an overnight run then holds no growing log.
+    void setRetain(bool retain) { retain_ = retain; }
 
 private:
     std::string text_;
+    bool retain_ = true;
 };
 
 // A tab control: which page is current.
