@@ -48,10 +48,23 @@ void CheckCell(const std::string& cell, int16_t bytes, const std::string& line) 
     Check(cell.size() <= line.size() + 1, "a cell is longer than its line");
 }
 
+// A command line as the reader matches it: tabs and code 15 are blanks, and with a comment
+// every blank before the "#" goes.
+std::string CommandText(std::string line) {
+    for (char& c : line) {
+        if (c == '\t' || c == '\x0F') c = ' ';
+    }
+    const auto hash = line.find('#');
+    if (hash == std::string::npos) return line;
+    line.resize(hash);
+    std::erase(line, ' ');
+    return line;
+}
+
 void CheckLineNumber(int16_t line, const ScriptLoad& load, std::string_view command) {
     if (line == 0) return;
     Check(line >= 1 && static_cast<std::size_t>(line) <= load.rows.size(), "line out of range");
-    Check(IsPrefixOf(command, load.ScriptLines[static_cast<std::size_t>(line) - 1]),
+    Check(CommandText(load.ScriptLines[static_cast<std::size_t>(line) - 1]) == command,
           "a line number points at another command");
 }
 

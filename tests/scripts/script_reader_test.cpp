@@ -121,6 +121,10 @@ TEST(ScriptReader, CommandsAndNearMisses) {
         {"`S1", "", "", "", "", "Cmd:", ""},
         {"`s", "", "", "", "", "Cmd:", ""},
         {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
+        // Code 15 turns into blanks, which a comment removes (found by the fuzzer).
+        {"`\x0f\x0f"
+         "ENDM\x0f #c",
+         "", "", "", "", "Cmd: End Main", "#c"},
         {"`endm", "", "", "", "", "Cmd:", ""},
         {"`EISTART", "", "", "", "", "Cmd: Int Start", ""},
         {"`EIEND", "", "", "", "", "Cmd: Int End", ""},
