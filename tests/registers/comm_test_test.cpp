@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "panel_rig.h"
 
 namespace i2cbridge::testing {
 namespace {
-
-constexpr uint32_t kRed = 0xFF0000;
-constexpr uint32_t kWhite = 0xFFFFFF;
-constexpr uint32_t kGreen = 0x008000;
 
 class CommTest : public PanelTest {
 protected:
@@ -15,12 +13,26 @@ protected:
         win->txtI2CAdr.setText(address);
         win->cmdTestComm_Click();
     }
-    void expectFail() {
-        EXPECT_EQ(win->lblCommTest.caption(), "Fail");
-        EXPECT_EQ(win->lblCommTest.backColor(), RgbColor(kRed));
-        EXPECT_EQ(win->lblCommTest.foreColor(), RgbColor(kWhite));
+    static std::string hex(unsigned v, int digits) {
+        char s[12];
+        std::snprintf(s, sizeof s, "%0*X", digits, v);
+        return s;
     }
-    uint8_t ledByte() { return rig.wb->GpioState[3]; }
+    // The result label (caption, background, text colour), the two answer boxes and the
+    // addresses shown: "Good 008000 default | 1 5A | 60 61".
+    std::string shown() {
+        auto rgb = [](RgbColor c) { return c ? hex(*c, 6) : std::string("default"); };
+        const Label& l = win->lblCommTest;
+        return l.caption() + " " + rgb(l.backColor()) + " " + rgb(l.foreColor()) + " | " +
+               win->txtTstReg[0].text() + " " + win->txtTstReg[1].text() + " | " +
+               win->txtActualWrtAddress.text() + " " + win->txtActualReadAddress.text();
+    }
+    // The LED byte and which of the GPIO screen's red and green LED boxes are ticked.
+    std::string leds() {
+        FrmGPIO& g = rig.gpio();
+        return hex(rig.wb->GpioState[3], 2) + (g.ChKLedData[0].checked() ? " red" : "") +
+               (g.ChKLedData[1].checked() ? " green" : "");
+    }
     static std::size_t count(const std::string& text, const std::string& what) {
         std::size_t n = 0;
         for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
@@ -28,72 +40,47 @@ protected:
     }
 };
 
-TEST_F(CommTest, GoodReadsRegisterTwoAndLightsTheGreenLed) {
+TEST_F(CommTest, GoodReadsRegisterTwoAndLightsTheGreenLedOnOneOpen) {
     test("60");
     // The test frame, then one enables-and-data GPIO frame with red off and green on.
     EXPECT_EQ(sent(),
               (std::vector<WireFrame>{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
-    EXPECT_EQ(win->lblCommTest.caption(), "Good");
-    EXPECT_EQ(win->lblCommTest.backColor(), RgbColor(kGreen));
-    EXPECT_EQ(win->lblCommTest.foreColor(), RgbColor(std::nullopt));
-    EXPECT_EQ(win->txtTstReg[0].text(), "1");
-    EXPECT_EQ(win->txtTstReg[1].text(), "5A");
-    EXPECT_EQ(win->txtActualWrtAddress.text(), "60");
-    EXPECT_EQ(win->txtActualReadAddress.text(), "61");
-    EXPECT_EQ(ledByte(), 0xFE);
+    EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
+    EXPECT_EQ(leds(), "FE green");
     EXPECT_EQ(rig.wb->GpioState[1], 0x00);  // the LED enables are left alone
-    EXPECT_TRUE(rig.gpio().ChKLedData[1].checked());
-    EXPECT_FALSE(rig.gpio().ChKLedData[0].checked());
     EXPECT_EQ(rig.gpio().txtPCHexData[2].text(), "FE");
-}
-
-TEST_F(CommTest, AutomaticModeOpensOnceAndTheNestedGpioOpenOnlyLogs) {
-    test("60");
+    // Automatic mode opens once; the nested GPIO open only logs.
     EXPECT_EQ(rig.board.initCount(), 3);  // probe, start-up GPIO write, this test
     EXPECT_EQ(rig.board.uninitCount(), 3);
     EXPECT_FALSE(rig.wb->usb.UsbOpen);
     EXPECT_EQ(count(rig.logSinceMark(), Entry("Already Opened")), 1u);
     EXPECT_EQ(win->txthDriver.text(), "Closed");
-}
 
-TEST_F(CommTest, AnswerValueIsShownWithoutLeadingZero) {
     device60().registers[2] = 0x05;
     test("60");
-    EXPECT_EQ(win->txtTstReg[1].text(), "5");
-    EXPECT_EQ(win->lblCommTest.caption(), "Good");
+    EXPECT_EQ(shown(), "Good 008000 default | 1 5 | 60 61");  // no leading zero
 }
 
-TEST_F(CommTest, NakFailsAndLightsTheRedLed) {
+TEST_F(CommTest, NakFailsAndLightsTheRedLedAndAGoodTestTurnsTheLedsBack) {
     device60().nakAddress = true;
+    test("60");
+    EXPECT_EQ(shown(), "Fail FF0000 FFFFFF | 0 0 | 60 61");
+    EXPECT_EQ(leds(), "FD red");
+    device60().nakAddress = false;
     test("60");
     EXPECT_EQ(sent(),
-              (std::vector<WireFrame>{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFD, 0x00, 0x00})}));
-    expectFail();
-    EXPECT_EQ(win->txtTstReg[0].text(), "0");
-    EXPECT_EQ(win->txtTstReg[1].text(), "0");
-    EXPECT_EQ(ledByte(), 0xFD);
-    EXPECT_FALSE(rig.gpio().ChKLedData[1].checked());
-    EXPECT_TRUE(rig.gpio().ChKLedData[0].checked());
-}
-
-TEST_F(CommTest, GoodAfterFailTurnsTheLedsBack) {
-    device60().nakAddress = true;
-    test("60");
-    device60().nakAddress = false;
-    rig.board.model().clearSent();
-    test("60");
-    EXPECT_EQ(sent().back(), Gpio({0xFF, 0xFE, 0x00, 0x00}));
-    EXPECT_EQ(win->lblCommTest.caption(), "Good");
+              (std::vector<WireFrame>{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFD, 0x00, 0x00}),
+                                      I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
+    EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
+    EXPECT_EQ(leds(), "FE green");
 }
 
 TEST_F(CommTest, NoBoardFailsWithoutSendingAndKeepsGoing) {
     rig.board.unplug();
     test("60");
     EXPECT_TRUE(sent().empty());
-    expectFail();
-    EXPECT_EQ(win->txtTstReg[0].text(), "0");
-    EXPECT_EQ(win->txtTstReg[1].text(), "0");
-    EXPECT_EQ(ledByte(), 0xFD);  // the red LED is still requested
+    EXPECT_EQ(shown(), "Fail FF0000 FFFFFF | 0 0 | 60 61");
+    EXPECT_EQ(leds(), "FD red");  // the red LED is still requested
     const std::string log = rig.logSinceMark();
     EXPECT_NE(log.find("WriteGPIOPipe: WDU_GetDeviceInfo() failed:"), std::string::npos);
     EXPECT_NE(log.find("ReadPipe: WDU_GetDeviceInfo() failed:"), std::string::npos);
@@ -116,10 +103,10 @@ TEST_F(CommTest, AcceptedAddressesAreTestedAtTheirLowByte) {
     for (const auto& c : cases) {
         rig.clearSent();
         test(c.typed);
-        EXPECT_EQ(sent().front(), I2C({0x01, c.readAddress, 0x02})) << c.typed;
-        EXPECT_EQ(win->txtActualWrtAddress.text(), c.shownWrite) << c.typed;
-        EXPECT_EQ(win->txtActualReadAddress.text(), c.shownRead) << c.typed;
-        EXPECT_EQ(win->lblCommTest.caption(), c.result) << c.typed;
+        EXPECT_EQ(std::tuple(sent().front(), win->txtActualWrtAddress.text(),
+                             win->txtActualReadAddress.text(), win->lblCommTest.caption()),
+                  std::tuple(I2C({0x01, c.readAddress, 0x02}), c.shownWrite, c.shownRead, c.result))
+            << c.typed;
     }
 }
 
@@ -130,14 +117,12 @@ TEST_F(CommTest, FFAndAboveAreRefusedWithoutTransfer) {
         test(address);
         EXPECT_TRUE(sent().empty()) << address;
         EXPECT_EQ(count(rig.logSinceMark(), Entry("Address value too large")), 1u) << address;
-        EXPECT_EQ(win->txtActualWrtAddress.text(), "--");
-        EXPECT_EQ(win->txtActualReadAddress.text(), "--");
-        expectFail();
+        EXPECT_EQ(shown(), "Fail FF0000 FFFFFF |   | -- --") << address;
     }
     // The stored addresses and the LEDs keep what they had.
     EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
     EXPECT_EQ(rig.wb->i2c.I2CReadAddress, 0x61);
-    EXPECT_EQ(ledByte(), 0xFF);
+    EXPECT_EQ(leds(), "FF red green");
     // Opened and closed all the same, once per test.
     EXPECT_EQ(rig.board.initCount(), 2 + 3);
     EXPECT_EQ(rig.board.uninitCount(), 2 + 3);
@@ -152,15 +137,15 @@ TEST_F(CommTest, ManualModeUsesTheConnectionAsTheUserLeftIt) {
     EXPECT_TRUE(rig.wb->usb.UsbOpen);
     EXPECT_EQ(rig.board.initCount(), 3);  // only the user's open
     EXPECT_EQ(rig.logSinceMark().find("Already Opened"), std::string::npos);
-}
 
-TEST_F(CommTest, ManualModeWithTheConnectionClosedFails) {
-    manualMode(false);
+    rig.main().cmdUSBDisconnect_Click();
+    rig.markLog();
+    rig.clearSent();
     test("60");
     EXPECT_TRUE(sent().empty());
-    expectFail();
-    EXPECT_EQ(ledByte(), 0xFD);
-    EXPECT_EQ(rig.board.initCount(), 2);
+    EXPECT_EQ(shown().substr(0, 18), "Fail FF0000 FFFFFF");
+    EXPECT_EQ(leds(), "FD red");
+    EXPECT_EQ(rig.board.initCount(), 3);
     EXPECT_NE(rig.logSinceMark().find(Entry("Write GPIOPipe .. USB Not opened")),
               std::string::npos);
 }
@@ -169,13 +154,11 @@ TEST_F(CommTest, ReloadedGpioScreenStillGetsBothLedBitsRight) {
     // The user cleared the green LED's box and closed the screen; the reloaded screen shows both
     // boxes checked again, so only the explicit clicks bring the green bit back.
     rig.gpio().setChecked(rig.gpio().ChKLedData[1], false, &FrmGPIO::ChKLedData_Click, 1);
-    ASSERT_EQ(ledByte(), 0xFD);
+    ASSERT_EQ(rig.wb->GpioState[3], 0xFD);
     rig.program->unloadGpioScreen();
     test("60");
-    EXPECT_EQ(ledByte(), 0xFE);
     EXPECT_EQ(sent().back(), Gpio({0xFF, 0xFE, 0x00, 0x00}));
-    EXPECT_TRUE(rig.gpio().ChKLedData[1].checked());
-    EXPECT_FALSE(rig.gpio().ChKLedData[0].checked());
+    EXPECT_EQ(leds(), "FE green");
 }
 
 }  // namespace

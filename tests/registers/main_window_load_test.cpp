@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include "foundation/hex_text.h"
+#include "panel_rig.h"
 #include "support/fakes.h"
 
 namespace i2cbridge {
 namespace {
 
+using testing::Column;
 using testing::Entry;
+using testing::Every;
 using testing::Rig;
 
 std::string Attach(const std::string& handle) {
@@ -26,18 +29,14 @@ TEST(MainWindowLoad, WithTheBoardProbesThenSendsTheStartUpGpioState) {
     FrmI2CGeneral& w = rig.main();
     // The probe's open and close, then the GPIO write's own open and close.
     EXPECT_EQ(w.Txtlog.text(), kSetup + Attach("2A0") + kSetup + Attach("2A1"));
-    ASSERT_EQ(rig.sent().size(), 1u);
-    EXPECT_EQ(rig.sent()[0], (WireFrame{1, {0xFF, 0xFF, 0x00, 0x00}}));
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
-    EXPECT_EQ(rig.wb->usb.I2CPipe, 2);
+    EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{1, {0xFF, 0xFF, 0x00, 0x00}}}));
     EXPECT_EQ(rig.wb->GpioState, (std::array<uint8_t, 4>{0x00, 0x00, 0xFF, 0xFF}));
-    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
-    EXPECT_EQ(rig.wb->i2c.I2CReadAddress, 0x61);
-    EXPECT_EQ(w.txtActualWrtAddress.text(), "60");
-    EXPECT_EQ(w.txtActualReadAddress.text(), "61");
-    EXPECT_TRUE(w.cmdexit.visible());
-    EXPECT_EQ(rig.wb->usb.CurrentForm, &w);
-    EXPECT_FALSE(rig.wb->usb.ManualUsbConnect);
+    EXPECT_EQ(std::tuple(rig.wb->i2c.I2CWriteAddress, rig.wb->i2c.I2CReadAddress,
+                         w.txtActualWrtAddress.text(), w.txtActualReadAddress.text()),
+              std::tuple(0x60, 0x61, "60", "61"));
+    EXPECT_EQ(std::tuple(rig.wb->usb.UsbOpen, rig.wb->usb.ManualUsbConnect, rig.wb->usb.I2CPipe,
+                         w.cmdexit.visible(), rig.wb->usb.CurrentForm),
+              std::tuple(false, false, 2, true, &w));
 }
 
 // The probe runs before the colours are assigned: what it paints is black, and only lamps
@@ -45,10 +44,9 @@ TEST(MainWindowLoad, WithTheBoardProbesThenSendsTheStartUpGpioState) {
 TEST(MainWindowLoad, ProbePaintsItsLampsBlack) {
     Rig rig;
     FrmI2CGeneral& w = rig.main();
-    EXPECT_EQ(w.shpUSBCon[0].color(), qb::kBlack);
-    EXPECT_EQ(w.shpUSBCon[1].color(), qb::kBlack);
-    EXPECT_EQ(w.ShpHandleStatus.color(), qb::kBlack);
-    EXPECT_EQ(w.ShpAttach.color(), qb::kBlack);
+    EXPECT_EQ((std::vector<int>{w.shpUSBCon[0].color(), w.shpUSBCon[1].color(),
+                                w.ShpHandleStatus.color(), w.ShpAttach.color()}),
+              std::vector<int>(4, qb::kBlack));
     // The start-up GPIO write logs after the colours are set.
     EXPECT_EQ(w.shpLogStatus.color(), qb::kLightGreen);
     EXPECT_EQ(rig.wb->colors.lightGreen(), qb::kLightGreen);
@@ -75,18 +73,14 @@ TEST(MainWindowLoad, WithoutABoardLoadCompletesAndLogsEveryFailure) {
 TEST(MainWindowLoad, RegisterTableStartsWithAddressesOnly) {
     Rig rig;
     FrmI2CGeneral& w = rig.main();
-    for (int i = 0; i < kRegisterRows; ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(w.Reg_Adr[i].text(), HexByteText(i));
-        EXPECT_EQ(w.Reg_Desc[i].text(), "");
-        EXPECT_EQ(w.txtBWrite[i].text(), "");
-        EXPECT_EQ(w.txtRdByte[i].text(), "");
-        EXPECT_EQ(w.shpBwrite[i].color(), qb::kBlack);
-        EXPECT_EQ(w.Shape1[i].color(), qb::kBlack);
-    }
-    EXPECT_FALSE(w.cbSend.visible());
-    EXPECT_FALSE(w.cbReset.visible());
-    EXPECT_FALSE(w.TmrSample.enabled());
+    std::vector<std::string> addresses;
+    for (int i = 0; i < kRegisterRows; ++i) addresses.push_back(HexByteText(i));
+    EXPECT_EQ(Column(w.Reg_Adr, &TextBox::text), addresses);
+    for (const auto* texts : {&w.Reg_Desc, &w.txtBWrite, &w.txtRdByte})
+        EXPECT_EQ(Column(*texts, &TextBox::text), Every(std::string()));
+    EXPECT_EQ(Column(w.shpBwrite, &Lamp::color), Every(qb::kBlack));
+    EXPECT_EQ(Column(w.Shape1, &Lamp::color), Every(qb::kBlack));
+    EXPECT_FALSE(w.cbSend.visible() || w.cbReset.visible() || w.TmrSample.enabled());
     EXPECT_EQ(w.SSTab1.tab(), 0);
 }
 
@@ -120,10 +114,9 @@ TEST(MainWindowMenus, ScriptWindowClosesAManualConnectionFirst) {
     w.cmdUSBConnect_Click();
     const std::string handle = w.txthDriver.text();
     w.mnu_ScriptShow_Click();
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
-    EXPECT_FALSE(w.ChKManUsbConn.checked());
-    EXPECT_FALSE(rig.wb->usb.ManualUsbConnect);
-    EXPECT_FALSE(w.cmdexit.visible());  // only USB Disconnect shows it again
+    // Only USB Disconnect shows the exit button again.
+    EXPECT_FALSE(rig.wb->usb.UsbOpen || w.ChKManUsbConn.checked() || rig.wb->usb.ManualUsbConnect ||
+                 w.cmdexit.visible());
     EXPECT_EQ(w.txthDriver.text(), handle);
     EXPECT_TRUE(shown);
 }
@@ -134,10 +127,9 @@ TEST(MainWindowMenus, GpioScreenIsCreatedWhenAskedFor) {
     rig.wb->windows.showGpioScreen = [&] { ++shows; };
     FrmI2CGeneral& w = rig.main();
     rig.program->unloadGpioScreen();
-    EXPECT_FALSE(rig.program->hasGpioScreen());
+    ASSERT_FALSE(rig.program->hasGpioScreen());
     w.mnuGPIO_Click();
-    EXPECT_TRUE(rig.program->hasGpioScreen());
-    EXPECT_EQ(shows, 1);
+    EXPECT_TRUE(rig.program->hasGpioScreen() && shows == 1);
 }
 
 TEST(MainWindowFocus, GainOfFocusTakesTheAddressBoxWithoutTheDisplays) {
@@ -146,10 +138,9 @@ TEST(MainWindowFocus, GainOfFocusTakesTheAddressBoxWithoutTheDisplays) {
     rig.wb->usb.CurrentForm = nullptr;
     w.txtI2CAdr.setText("1C0");
     w.Form_GotFocus();
-    EXPECT_EQ(rig.wb->usb.CurrentForm, &w);
-    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0xC0);
-    EXPECT_EQ(rig.wb->i2c.I2CReadAddress, 0xC1);
-    EXPECT_EQ(w.txtActualWrtAddress.text(), "60");
+    EXPECT_EQ(std::tuple(rig.wb->usb.CurrentForm, rig.wb->i2c.I2CWriteAddress,
+                         rig.wb->i2c.I2CReadAddress, w.txtActualWrtAddress.text()),
+              std::tuple(&w, 0xC0, 0xC1, "60"));
 }
 
 class MainWindowResize : public ::testing::Test {
@@ -169,32 +160,30 @@ TEST_F(MainWindowResize, SmallWindowLeavesTheLayoutAlone) {
 
 TEST_F(MainWindowResize, ScrollBarsAppearOnlyWhenTheContentIsLarger) {
     w.Form_Resize(8000, 6000);
-    EXPECT_TRUE(w.HScroll1.visible());
-    EXPECT_TRUE(w.VScroll1.visible());
     const Rect outer = w.pbouter.rect();
     EXPECT_EQ(outer.top, 400);
-    EXPECT_EQ(w.HScroll1.max(), 12000 - outer.width);
-    EXPECT_EQ(w.VScroll1.max(), 9000 - outer.height);
-    EXPECT_EQ(w.VScroll1.largeChange(), 2500);
-    EXPECT_EQ(w.VScroll1.smallChange(), 250);
+    EXPECT_EQ(std::tuple(w.HScroll1.max(), w.VScroll1.max(), w.VScroll1.largeChange(),
+                         w.VScroll1.smallChange()),
+              std::tuple(12000 - outer.width, 9000 - outer.height, 2500, 250));
+    // The bars sit at the window's right and bottom edges.
     EXPECT_EQ(w.VScroll1.rect().left + w.VScroll1.rect().width, 8000);
     EXPECT_EQ(w.HScroll1.rect().top + w.HScroll1.rect().height, 6000);
-
-    w.Form_Resize(20000, 6000);
-    EXPECT_FALSE(w.HScroll1.visible());
-    EXPECT_TRUE(w.VScroll1.visible());
-    w.Form_Resize(20000, 20000);
-    EXPECT_FALSE(w.VScroll1.visible());
+    std::vector<std::pair<bool, bool>> shown{{w.HScroll1.visible(), w.VScroll1.visible()}};
+    for (int size : {6000, 20000}) {
+        w.Form_Resize(20000, size);
+        shown.emplace_back(w.HScroll1.visible(), w.VScroll1.visible());
+    }
+    EXPECT_EQ(shown,
+              (std::vector<std::pair<bool, bool>>{{true, true}, {false, true}, {false, false}}));
 }
 
 TEST_F(MainWindowResize, ScrollingMovesTheContent) {
     w.Form_Resize(8000, 6000);
     w.VScroll1.setValue(1250);
     w.VScroll1_Change();
-    EXPECT_EQ(w.pbinner.rect().top, -1250);
     w.HScroll1.setValue(500);
     w.HScroll1_Change();
-    EXPECT_EQ(w.pbinner.rect().left, -500);
+    EXPECT_EQ(std::pair(w.pbinner.rect().left, w.pbinner.rect().top), std::pair(-500, -1250));
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,18 @@ inline WireFrame Gpio(std::vector<uint8_t> bytes) {
 }
 inline WireFrame Raw(std::vector<uint8_t> bytes) {
     return {0x04, std::move(bytes)};
+}
+
+// One property of every row of a column of boxes or lamps, top to bottom.
+template <class Control, class Get>
+auto Column(const std::array<Control, kRegisterRows>& rows, Get get) {
+    std::vector<std::decay_t<std::invoke_result_t<Get, const Control&>>> out;
+    for (const Control& c : rows) out.push_back(std::invoke(get, c));
+    return out;
+}
+template <class T>
+std::vector<T> Every(T value) {
+    return std::vector<T>(kRegisterRows, value);
 }
 
 class PanelTest : public ::testing::Test {

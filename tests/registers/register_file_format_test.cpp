@@ -29,57 +29,43 @@ std::string NumberedFile(int n) {
     return text;
 }
 
-TEST(RegisterFieldReader, SplitsAtCommasAndLineEnds) {
-    EXPECT_EQ(AllFields("I2C ADDRESS , 60\r\n00,Status,00,--\r\n"),
-              (Fields{"I2C ADDRESS ", "60", "00", "Status", "00", "--"}));
-}
-
-TEST(RegisterFieldReader, EmptyFieldsFromAdjacentCommasLineEndCommasAndEmptyLines) {
-    EXPECT_EQ(AllFields(",,,\r\n"), (Fields{"", "", "", ""}));
-    EXPECT_EQ(AllFields("a,,b"), (Fields{"a", "", "b"}));
-    EXPECT_EQ(AllFields("a,\r\nb"), (Fields{"a", "", "b"}));
-    EXPECT_EQ(AllFields("a\r\n\r\nb\r\n"), (Fields{"a", "", "b"}));
-    EXPECT_EQ(AllFields("\r\n"), (Fields{""}));
-}
-
-TEST(RegisterFieldReader, AcceptsCrLfLoneLfAndLoneCrAsLineEnds) {
-    EXPECT_EQ(AllFields("a,b\r\nc"), (Fields{"a", "b", "c"}));
-    EXPECT_EQ(AllFields("a,b\nc"), (Fields{"a", "b", "c"}));
-    EXPECT_EQ(AllFields("a,b\rc"), (Fields{"a", "b", "c"}));
-    // CR CR LF: a line end, then an empty line.
-    EXPECT_EQ(AllFields("a\r\r\nb"), (Fields{"a", "", "b"}));
-    // LF CR: two line ends, the second closing an empty line.
-    EXPECT_EQ(AllFields("a\n\rb"), (Fields{"a", "", "b"}));
-}
-
-TEST(RegisterFieldReader, DropsLeadingBlanksKeepsTrailingOnesAndTabs) {
-    EXPECT_EQ(AllFields("   Status  ,\tTab"), (Fields{"Status  ", "\tTab"}));
-    EXPECT_EQ(AllFields("a,   \r\nb"), (Fields{"a", "", "b"}));
-}
-
-TEST(RegisterFieldReader, TakesDoubleQuotesAsOrdinaryCharacters) {
-    EXPECT_EQ(AllFields("\"Status, low\",FF"), (Fields{"\"Status", "low\"", "FF"}));
-    EXPECT_EQ(AllFields("\"\",x\"y\""), (Fields{"\"\"", "x\"y\""}));
-}
-
-TEST(RegisterFieldReader, TheEndOfTheInputClosesAFieldButBlanksAloneMakeNone) {
-    EXPECT_EQ(AllFields("last"), (Fields{"last"}));
-    EXPECT_EQ(AllFields("a,"), (Fields{"a"}));
-    EXPECT_EQ(AllFields("a,   "), (Fields{"a"}));
-    EXPECT_EQ(AllFields(""), Fields{});
-}
-
-TEST(RegisterFieldReader, KeepsEightBitAndNulCharacters) {
-    const std::string text("\xb5V,\xff\x00x", 6);
-    EXPECT_EQ(AllFields(text), (Fields{"\xb5V", std::string("\xff\x00x", 3)}));
+// Commas and line ends (CR LF, lone LF, lone CR) split; adjacent commas, a comma at a line's
+// end and empty lines make empty fields; leading blanks go, trailing ones and tabs stay; double
+// quotes, eight-bit and NUL characters are ordinary; the input's end closes a field, but blanks
+// alone make none.
+TEST(RegisterFieldReader, SplitsTheTextIntoFields) {
+    const std::pair<std::string, Fields> cases[] = {
+        {"I2C ADDRESS , 60\r\n00,Status,00,--\r\n",
+         {"I2C ADDRESS ", "60", "00", "Status", "00", "--"}},
+        {",,,\r\n", {"", "", "", ""}},
+        {"a,,b", {"a", "", "b"}},
+        {"a,\r\nb", {"a", "", "b"}},
+        {"a\r\n\r\nb\r\n", {"a", "", "b"}},
+        {"\r\n", {""}},
+        {"a,b\r\nc", {"a", "b", "c"}},
+        {"a,b\nc", {"a", "b", "c"}},
+        {"a,b\rc", {"a", "b", "c"}},
+        {"a\r\r\nb", {"a", "", "b"}},  // a line end, then an empty line
+        {"a\n\rb", {"a", "", "b"}},    // two line ends, the second closing an empty line
+        {"   Status  ,\tTab", {"Status  ", "\tTab"}},
+        {"a,   \r\nb", {"a", "", "b"}},
+        {"\"Status, low\",FF", {"\"Status", "low\"", "FF"}},
+        {"\"\",x\"y\"", {"\"\"", "x\"y\""}},
+        {"last", {"last"}},
+        {"a,", {"a"}},
+        {"a,   ", {"a"}},
+        {"", {}},
+        {std::string("\xb5V,\xff\x00x", 6), {"\xb5V", std::string("\xff\x00x", 3)}},
+    };
+    for (const auto& [text, fields] : cases) EXPECT_EQ(AllFields(text), fields) << text;
 }
 
 TEST(ReadRegisterFields, StopsAfterField130AndLeavesTheRestUnread) {
     std::istringstream in(NumberedFile(kRegisterFileFields) + "beyond,more\r\n");
     const RegisterFileFields read = ReadRegisterFields(in);
     EXPECT_EQ(read.stop, RegisterFileFields::Stop::Complete);
-    ASSERT_EQ(read.fields.size(), 130u);
-    EXPECT_EQ(read.fields.front(), "f0");
+    std::istringstream whole(NumberedFile(kRegisterFileFields));
+    EXPECT_EQ(read.fields, ReadRegisterFields(whole).fields);
     EXPECT_EQ(read.fields.back(), "f129");
     std::string rest;
     std::getline(in, rest);
@@ -101,15 +87,12 @@ TEST(ReadRegisterFields, TakesFieldsInOrderWhereverTheLinesBreak) {
 }
 
 TEST(ReadRegisterFields, AShortFileSaysHowManyFieldsItHad) {
-    std::istringstream in(NumberedFile(9));
-    const RegisterFileFields read = ReadRegisterFields(in);
-    EXPECT_EQ(read.stop, RegisterFileFields::Stop::EndOfFile);
-    EXPECT_EQ(read.fields.size(), 9u);
-
-    std::istringstream empty("");
-    const RegisterFileFields none = ReadRegisterFields(empty);
-    EXPECT_EQ(none.stop, RegisterFileFields::Stop::EndOfFile);
-    EXPECT_TRUE(none.fields.empty());
+    for (int n : {9, 0}) {
+        std::istringstream in(NumberedFile(n));
+        const RegisterFileFields read = ReadRegisterFields(in);
+        EXPECT_EQ(read.stop, RegisterFileFields::Stop::EndOfFile);
+        EXPECT_EQ(read.fields.size(), static_cast<std::size_t>(n));
+    }
 }
 
 // A stream whose source fails after a number of bytes, as a file on a failing disk does.
@@ -146,18 +129,16 @@ TEST(ReadRegisterFields, AFailingStreamIsAReadErrorNotAnEndOfFile) {
     EXPECT_EQ(read.fields, (Fields{"I2C ADDRESS ", "60", "00"}));
 }
 
-TEST(RegisterFileWriter, AddressLineStartsTheAddressInColumn15) {
-    const std::string line = RegisterFileAddressLine("60");
-    EXPECT_EQ(line, "I2C ADDRESS , 60\r\n");
-    EXPECT_EQ(line.find("60"), 14u);
-    EXPECT_EQ(RegisterFileAddressLine(""), "I2C ADDRESS , \r\n");
-    EXPECT_EQ(RegisterFileAddressLine("1c0 "), "I2C ADDRESS , 1c0 \r\n");
-}
-
-TEST(RegisterFileWriter, RowLineJoinsTheFourTextsWithSingleCommas) {
-    EXPECT_EQ(RegisterFileRowLine({"00", "Status", "00", "--"}), "00,Status,00,--\r\n");
-    EXPECT_EQ(RegisterFileRowLine({"", "", "", ""}), ",,,\r\n");
-    EXPECT_EQ(RegisterFileRowLine({"01", " a, \"b\" ", "", "8F"}), "01, a, \"b\" ,,8F\r\n");
+// The address starts in column 15; the four texts are joined with single commas.
+TEST(RegisterFileWriter, AddressAndRowLinesKeepTheirTextsAsTheyAre) {
+    EXPECT_EQ(
+        (Fields{RegisterFileAddressLine("60"), RegisterFileAddressLine(""),
+                RegisterFileAddressLine("1c0 "), RegisterFileRowLine({"00", "Status", "00", "--"}),
+                RegisterFileRowLine({"", "", "", ""}),
+                RegisterFileRowLine({"01", " a, \"b\" ", "", "8F"})}),
+        (Fields{"I2C ADDRESS , 60\r\n", "I2C ADDRESS , \r\n", "I2C ADDRESS , 1c0 \r\n",
+                "00,Status,00,--\r\n", ",,,\r\n", "01, a, \"b\" ,,8F\r\n"}));
+    EXPECT_EQ(RegisterFileAddressLine("60").find("60"), 14u);
 }
 
 TEST(RegisterFileWriter, AWholeFileIs33CrLfLines) {
@@ -174,19 +155,18 @@ TEST(RegisterFileWriter, AWholeFileIs33CrLfLines) {
 TEST(DefinitionsFromFields, PlacesFieldsByPositionAndLeavesMissingOnesEmpty) {
     Fields fields = {"label", "C0", "00", "Status", "AA", "--", "01"};
     const RegisterDefinitions table = DefinitionsFromFields(fields);
-    EXPECT_EQ(table.address, "C0");
-    EXPECT_EQ(table.rows[0], (RegisterFileRow{"00", "Status", "AA", "--"}));
-    EXPECT_EQ(table.rows[1], (RegisterFileRow{"01", "", "", ""}));
-    EXPECT_EQ(table.rows[31], RegisterFileRow{});
+    RegisterDefinitions want;
+    want.address = "C0";
+    want.rows[0] = {"00", "Status", "AA", "--"};
+    want.rows[1] = {"01", "", "", ""};
+    EXPECT_EQ(table, want);
 
-    RegisterDefinitions target;
-    EXPECT_EQ(FieldTarget(target, 0), nullptr);
-    EXPECT_EQ(FieldTarget(target, 1), &target.address);
-    EXPECT_EQ(FieldTarget(target, 5), &target.rows[0].readValue);
-    EXPECT_EQ(FieldTarget(target, 6), &target.rows[1].address);
-    EXPECT_EQ(FieldTarget(target, 129), &target.rows[31].readValue);
-    EXPECT_EQ(FieldTarget(target, 130), nullptr);
-    EXPECT_EQ(FieldTarget(target, -1), nullptr);
+    RegisterDefinitions t;
+    std::vector<std::string*> targets;
+    for (int field : {0, 1, 5, 6, 129, 130, -1}) targets.push_back(FieldTarget(t, field));
+    EXPECT_EQ(targets, (std::vector<std::string*>{nullptr, &t.address, &t.rows[0].readValue,
+                                                  &t.rows[1].address, &t.rows[31].readValue,
+                                                  nullptr, nullptr}));
 }
 
 TEST(RegisterFileRoundTrip, EveryTextWithoutCommasLineBreaksOrLeadingBlanksComesBack) {

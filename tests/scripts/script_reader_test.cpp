@@ -18,23 +18,23 @@ ScriptLoad Read(const std::vector<std::string>& lines, uint8_t address = 0x60) {
 struct Cells {
     std::string text, RegAdr, DataWr, DataRd, ActRd, Operation, Comment;
     int16_t regBytes = 0, wrBytes = 0, rdBytes = 0, delay = 0;
+    bool operator==(const Cells&) const = default;
 };
+void PrintTo(const Cells& c, std::ostream* os) {
+    *os << c.RegAdr << "|" << c.DataWr << "|" << c.DataRd << "|" << c.ActRd << "|" << c.Operation
+        << "|" << c.Comment << "|" << c.regBytes << " " << c.wrBytes << " " << c.rdBytes << " "
+        << c.delay;
+}
 
-void ExpectCells(const ScriptRow& row, const Cells& want) {
-    SCOPED_TRACE(want.text);
-    EXPECT_EQ(row.RegAdr, want.RegAdr);
-    EXPECT_EQ(row.DataWr, want.DataWr);
-    EXPECT_EQ(row.DataRd, want.DataRd);
-    EXPECT_EQ(row.ActRd, want.ActRd);
-    EXPECT_EQ(row.Operation, want.Operation);
-    EXPECT_EQ(row.Comment, want.Comment);
-    EXPECT_EQ(row.RegAdrBytes, want.regBytes);
-    EXPECT_EQ(row.DataWrBytes, want.wrBytes);
-    EXPECT_EQ(row.DataRdBytes, want.rdBytes);
-    EXPECT_EQ(row.StepDelay, want.delay);
+// A delay error paints the operation and the comment red, nothing else does.
+void ExpectCells(const ScriptRow& r, const Cells& want) {
+    EXPECT_EQ((Cells{want.text, r.RegAdr, r.DataWr, r.DataRd, r.ActRd, r.Operation, r.Comment,
+                     r.RegAdrBytes, r.DataWrBytes, r.DataRdBytes, r.StepDelay}),
+              want)
+        << want.text;
     const bool delayError = want.Operation == "Error Delay_Time";
-    EXPECT_EQ(row.operationRed, delayError);
-    EXPECT_EQ(row.commentRed, delayError);
+    EXPECT_EQ(std::pair(r.operationRed, r.commentRed), std::pair(delayError, delayError))
+        << want.text;
 }
 
 TEST(ScriptReader, WorkedExample) {
@@ -195,14 +195,12 @@ TEST(ScriptReader, LineEnds) {
         EXPECT_EQ(SplitScriptLines(text), lines);
         const ScriptLoad load = ReadScript(text, 0x60);
         EXPECT_EQ(load.ScriptLines, lines);
-        EXPECT_EQ(load.rows.size(), lines.size());
-        EXPECT_EQ(load.linesInFile, lines.size());
-        EXPECT_EQ(load.EndMainLine, static_cast<int16_t>(lines.size()));
+        EXPECT_EQ(std::tuple(load.rows.size(), load.linesInFile, std::size_t(load.EndMainLine)),
+                  std::tuple(lines.size(), lines.size(), lines.size()));
     }
-    const ScriptLoad blank = ReadScript("\r\n", 0x60);
-    EXPECT_EQ(blank.rows[0].Line, "001");
-    EXPECT_EQ(blank.rows[0].Operation, "NOP");
-    EXPECT_EQ(blank.rows[0].Comment, "Script File has a blank line");
+    const ScriptRow blank = ReadScript("\r\n", 0x60).rows[0];
+    EXPECT_EQ((std::vector<std::string>{blank.Line, blank.Operation, blank.Comment}),
+              (std::vector<std::string>{"001", "NOP", "Script File has a blank line"}));
 }
 
 TEST(ScriptReader, StopsAtLineOneThousand) {
@@ -211,24 +209,21 @@ TEST(ScriptReader, StopsAtLineOneThousand) {
     lines.push_back("`ENDM");  // past the limit: kept, but no row
     const ScriptLoad load = Read(lines);
     EXPECT_TRUE(load.truncated);
-    EXPECT_EQ(load.linesInFile, 1001u);
-    ASSERT_EQ(load.rows.size(), 1000u);
     EXPECT_EQ(load.ScriptLines, lines);
-    EXPECT_EQ(load.EndMainLine, 1000);
-    EXPECT_EQ(load.TotalReads, 1000);
-    EXPECT_EQ(load.rows[0].Line, "001");
-    EXPECT_EQ(load.rows[9].Line, "010");
-    EXPECT_EQ(load.rows[99].Line, "100");
-    EXPECT_EQ(load.rows[999].Line, "1000");
+    EXPECT_EQ(std::tuple(load.linesInFile, load.rows.size(), load.EndMainLine, load.TotalReads),
+              std::tuple(1001u, 1000u, 1000, 1000));
+    std::vector<std::string> numbers;
+    for (int i : {0, 9, 99, 999}) numbers.push_back(load.rows[i].Line);
+    EXPECT_EQ(numbers, (std::vector<std::string>{"001", "010", "100", "1000"}));
 }
 
 TEST(ScriptReader, KeepsLineBytesExactly) {
     const std::string line = "\xE9\xFF,\t\x0F\x80 # \xFC\t";
     const ScriptLoad load = ReadScript(line + "\n", 0x60);
     EXPECT_EQ(load.ScriptLines, std::vector<std::string>{line});
-    EXPECT_EQ(load.rows[0].RegAdr, "\xE9\xFF");
-    EXPECT_EQ(load.rows[0].DataWr, "0\x80");
-    EXPECT_EQ(load.rows[0].Comment, "# \xFC ");
+    EXPECT_EQ(
+        (std::vector<std::string>{load.rows[0].RegAdr, load.rows[0].DataWr, load.rows[0].Comment}),
+        (std::vector<std::string>{"\xE9\xFF", "0\x80", "# \xFC "}));
 }
 
 TEST(ScriptReader, LastEndMainAndInterruptLinesCount) {
@@ -237,22 +232,17 @@ TEST(ScriptReader, LastEndMainAndInterruptLinesCount) {
     lines[13] = lines[19] = "`EISTART";
     lines[17] = lines[24] = "`EIEND";
     const ScriptLoad load = Read(lines);
-    EXPECT_EQ(load.EndMainLine, 12);
-    EXPECT_EQ(load.IntStartLine, 20);
-    EXPECT_EQ(load.IntEndLine, 25);
-
     const ScriptLoad plain = Read(std::vector<std::string>(30, "00,11"));
-    EXPECT_EQ(plain.EndMainLine, 30);
-    EXPECT_EQ(plain.IntStartLine, 0);
-    EXPECT_EQ(plain.IntEndLine, 0);
+    EXPECT_EQ((std::vector<int>{load.EndMainLine, load.IntStartLine, load.IntEndLine,
+                                plain.EndMainLine, plain.IntStartLine, plain.IntEndLine}),
+              (std::vector<int>{12, 20, 25, 30, 0, 0}));
 }
 
 TEST(ScriptReader, TotalsAndWidestDataOfDataLines) {
     const ScriptLoad load = Read({"1,2,3", "1,123456789,AB", ",,1234", "`G12345678", "1,2"});
-    EXPECT_EQ(load.TotalReads, 3);
-    EXPECT_EQ(load.widestDataWr, 9u);
-    EXPECT_EQ(load.widestDataRd, 4u);
-    EXPECT_EQ(Read({"1"}).widestDataWr, 2u);
+    EXPECT_EQ(
+        std::tuple(load.TotalReads, load.widestDataWr, load.widestDataRd, Read({"1"}).widestDataWr),
+        std::tuple(3, 9u, 4u, 2u));
 }
 
 }  // namespace

@@ -19,21 +19,11 @@ using ::i2cbridge::registry::kLocalMachine;
 // A registry, a file system and a program path set up by each test; records what was asked.
 class FakeLauncher : public SystemInfoLauncher {
 public:
-    struct Value {
-        uint32_t type;
-        std::string data;
-    };
-    // "key|value name" -> value
-    std::map<std::string, Value> values;
+    std::map<std::string, std::pair<uint32_t, std::string>> values;  // "key|value name"
     std::vector<std::string> files;
     std::map<std::string, std::string> programs;  // name -> full path
     bool startSucceeds = true;
-
-    struct Started {
-        std::string program;
-        std::vector<std::string> args;
-    };
-    std::vector<Started> started;
+    std::vector<std::string> started;  // "program arg ..."
     std::vector<std::string> searched;
     std::vector<uint32_t> openAccess;
     std::vector<std::size_t> bufferSizes;
@@ -44,12 +34,9 @@ public:
         openAccess.push_back(access);
         if (root != kLocalMachine) return false;
         for (const auto& [name, value] : values) {
-            if (name.substr(0, name.find('|')) == keyName) {
-                keys_[++lastKey_] = keyName;
-                key = lastKey_;
-                ++openKeys;
-                return true;
-            }
+            if (name.substr(0, name.find('|')) != keyName) continue;
+            keys_[key = ++lastKey_] = keyName;
+            return ++openKeys;
         }
         return false;
     }
@@ -57,25 +44,21 @@ public:
                     uint32_t& type, std::string& data) override {
         bufferSizes.push_back(bufferSize);
         const auto it = values.find(keys_.at(key) + "|" + valueName);
-        if (it == values.end() || it->second.data.size() > bufferSize) return false;
-        type = it->second.type;
-        data = it->second.data;
+        if (it == values.end() || it->second.second.size() > bufferSize) return false;
+        std::tie(type, data) = it->second;
         return true;
     }
-    void closeKey(KeyHandle key) override {
-        keys_.erase(key);
-        --openKeys;
-    }
+    void closeKey(KeyHandle key) override { openKeys -= static_cast<int>(keys_.erase(key)); }
     bool fileExists(const std::string& path) override {
         return std::find(files.begin(), files.end(), path) != files.end();
     }
     std::string findProgram(const std::string& name) override {
         searched.push_back(name);
-        const auto it = programs.find(name);
-        return it == programs.end() ? std::string() : it->second;
+        return programs.count(name) ? programs[name] : std::string();
     }
     bool startDetached(const std::string& program, const std::vector<std::string>& args) override {
-        started.push_back({program, args});
+        started.push_back(program);
+        for (const std::string& a : args) started.back() += " " + a;
         return startSucceeds;
     }
 
@@ -132,8 +115,7 @@ TEST_F(AboutBox, RegistryValuesAreReadAsText) {
     os.values["K|Bin"] = {3, std::string("\x01\x02", 2)};
     os.values["K|Huge"] = {registry::kTypeString, std::string(1025, 'a')};
     const struct {
-        const char* key;
-        const char* name;
+        const char *key, *name;
         bool found;
         const char* text;
     } cases[] = {
@@ -162,77 +144,50 @@ TEST_F(AboutBox, RegistryValuesAreReadAsText) {
 // desktop's own programs in order; nothing found, or a start that fails, logs one line.
 TEST_F(AboutBox, SystemInfoProgramIsLookedForInOrder) {
     const std::string unavailable = Entry("System Information Is Unavailable At This Time");
-    const std::string msinfo = std::string(kMsInfo) + "|PATH";
-    const std::string location = std::string(kLocation) + "|MSINFO";
     const struct {
-        const char* name;
-        std::function<void(FakeLauncher&)> setUp;
-        const char* started;
-        std::vector<std::string> args;
+        std::string registryPath;          // "" for none; MSINFO's PATH value, with its terminator
+        const char* location;              // the Shared Tools Location's MSINFO value, or none
+        bool msinfoThere;                  // MSINFO32.EXE exists at that location
+        std::vector<std::string> desktop;  // desktop programs installed
+        bool starts;
+        const char* started;  // "" for no start
         bool logged;
     } cases[] = {
-        {"registry path",
-         [&](FakeLauncher& l) {
-             l.values[msinfo] = {registry::kTypeString, std::string("C:\\m\\msinfo32.exe\0", 18)};
-             l.programs["kinfocenter"] = "/usr/bin/kinfocenter";
-         },
+        {std::string("C:\\m\\msinfo32.exe\0", 18),
+         nullptr,
+         false,
+         {"kinfocenter"},
+         true,
          "C:\\m\\msinfo32.exe",
-         {},
          false},
-        {"registry location",
-         [&](FakeLauncher& l) {
-             l.values[location] = {registry::kTypeString, "C:\\Shared"};
-             l.files.push_back("C:\\Shared\\MSINFO32.EXE");
-         },
-         "C:\\Shared\\MSINFO32.EXE",
-         {},
+        {"", "C:\\Shared", true, {}, true, "C:\\Shared\\MSINFO32.EXE", false},
+        {"", "C:\\Gone", false, {"hardinfo"}, true, "/usr/bin/hardinfo", false},
+        {"",
+         nullptr,
+         false,
+         {"hardinfo", "gnome-control-center"},
+         true,
+         "/usr/bin/gnome-control-center info-overview",
          false},
-        {"location without the file",
-         [&](FakeLauncher& l) {
-             l.values[location] = {registry::kTypeString, "C:\\Gone"};
-             l.programs["hardinfo"] = "/usr/bin/hardinfo";
-         },
-         "/usr/bin/hardinfo",
-         {},
-         false},
-        {"first desktop program",
-         [](FakeLauncher& l) {
-             l.programs["gnome-control-center"] = "/usr/bin/gnome-control-center";
-             l.programs["hardinfo"] = "/usr/bin/hardinfo";
-         },
-         "/usr/bin/gnome-control-center",
-         {"info-overview"},
-         false},
-        {"nothing anywhere", [](FakeLauncher&) {}, nullptr, {}, true},
-        {"found but fails to start",
-         [](FakeLauncher& l) {
-             l.programs["kinfocenter"] = "/usr/bin/kinfocenter";
-             l.startSucceeds = false;
-         },
-         "/usr/bin/kinfocenter",
-         {},
-         true},
-        {"registry program fails to start",
-         [&](FakeLauncher& l) {
-             l.values[msinfo] = {registry::kTypeString, "C:\\broken.exe"};
-             l.startSucceeds = false;
-         },
-         "C:\\broken.exe",
-         {},
-         true},
+        {"", nullptr, false, {}, true, "", true},
+        {"", nullptr, false, {"kinfocenter"}, false, "/usr/bin/kinfocenter", true},
+        {"C:\\broken.exe", nullptr, false, {}, false, "C:\\broken.exe", true},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        FakeLauncher launcher;
-        c.setUp(launcher);
-        FrmAbout2 box{*rig.wb, launcher};
+        SCOPED_TRACE(c.started);
+        FakeLauncher l;
+        if (!c.registryPath.empty())
+            l.values[std::string(kMsInfo) + "|PATH"] = {registry::kTypeString, c.registryPath};
+        if (c.location)
+            l.values[std::string(kLocation) + "|MSINFO"] = {registry::kTypeString, c.location};
+        if (c.msinfoThere) l.files.push_back(c.location + std::string("\\MSINFO32.EXE"));
+        for (const std::string& p : c.desktop) l.programs[p] = "/usr/bin/" + p;
+        l.startSucceeds = c.starts;
+        FrmAbout2 box{*rig.wb, l};
         rig.markLog();
         box.cmdSysInfo_Click();
-        ASSERT_EQ(launcher.started.size(), c.started ? 1u : 0u);
-        if (c.started) {
-            EXPECT_EQ(launcher.started[0].program, c.started);
-            EXPECT_EQ(launcher.started[0].args, c.args);
-        }
+        EXPECT_EQ(l.started,
+                  *c.started ? std::vector<std::string>{c.started} : std::vector<std::string>{});
         EXPECT_EQ(rig.logSinceMark(), c.logged ? unavailable : "");
     }
     EXPECT_TRUE(rig.dialogs.messages.empty());
@@ -241,12 +196,11 @@ TEST_F(AboutBox, SystemInfoProgramIsLookedForInOrder) {
 
 TEST_F(AboutBox, DesktopProgramsAreSearchedInOrderAndEachClickTriesAgain) {
     about.StartSysInfo();
-    EXPECT_EQ(os.searched.size(), DesktopSystemInfoPrograms().size());
+    ASSERT_EQ(os.searched.size(), DesktopSystemInfoPrograms().size());
     EXPECT_EQ(os.searched.front(), "kinfocenter");
     os.programs["xfce4-about"] = "/usr/bin/xfce4-about";
     about.StartSysInfo();
-    ASSERT_EQ(os.started.size(), 1u);
-    EXPECT_EQ(os.started[0].program, "/usr/bin/xfce4-about");
+    EXPECT_EQ(os.started, std::vector<std::string>{"/usr/bin/xfce4-about"});
 }
 
 }  // namespace

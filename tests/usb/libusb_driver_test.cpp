@@ -16,97 +16,66 @@ namespace {
 // bulk endpoints.
 struct BoardDescriptors {
     BoardDescriptors() {
-        device.bLength = 18;
-        device.bDescriptorType = LIBUSB_DT_DEVICE;
-        device.bcdUSB = 0x0200;
-        device.bDeviceClass = 0xFF;
-        device.bDeviceSubClass = 0xFF;
-        device.bDeviceProtocol = 0xFF;
-        device.bMaxPacketSize0 = 64;
-        device.idVendor = BoardVendorId;
-        device.idProduct = BoardProductId;
-        device.bcdDevice = 0x0123;
-        device.iManufacturer = 1;
-        device.iProduct = 2;
-        device.iSerialNumber = 3;
-        device.bNumConfigurations = 1;
-
         const std::array<uint8_t, 5> addresses{0x01, 0x81, 0x02, 0x82, 0x04};
-        for (std::size_t i = 0; i < addresses.size(); ++i) {
-            endpoints[i].bLength = 7;
-            endpoints[i].bDescriptorType = LIBUSB_DT_ENDPOINT;
-            endpoints[i].bEndpointAddress = addresses[i];
-            endpoints[i].bmAttributes = LIBUSB_TRANSFER_TYPE_BULK;
-            endpoints[i].wMaxPacketSize = 512;
-        }
-        alternates[0].bInterfaceNumber = 0;
-        alternates[0].bAlternateSetting = 0;
-        alternates[0].bNumEndpoints = 5;
-        alternates[0].bInterfaceClass = 0xFF;
-        alternates[0].bInterfaceSubClass = 0x01;
-        alternates[0].bInterfaceProtocol = 0x02;
-        alternates[0].endpoint = endpoints.data();
-        // A second setting without endpoints, of another class.
-        alternates[1] = alternates[0];
-        alternates[1].bAlternateSetting = 1;
-        alternates[1].bNumEndpoints = 0;
-        alternates[1].bInterfaceClass = 0x0A;
-        alternates[1].endpoint = nullptr;
-        interface.altsetting = alternates.data();
-        interface.num_altsetting = 2;
-        config.bNumInterfaces = 1;
-        config.bConfigurationValue = 1;
-        config.interface = &interface;
+        for (std::size_t i = 0; i < addresses.size(); ++i)
+            endpoints[i] = {7,
+                            LIBUSB_DT_ENDPOINT,
+                            addresses[i],
+                            LIBUSB_TRANSFER_TYPE_BULK,
+                            512,
+                            0,
+                            0,
+                            0,
+                            nullptr,
+                            0};
+        // Number, setting, endpoint count, class, subclass, protocol; a second setting
+        // without endpoints, of another class.
+        alternates[0] = {0, 0, 0, 0, 5, 0xFF, 0x01, 0x02, 0, endpoints.data(), nullptr, 0};
+        alternates[1] = {0, 0, 0, 1, 0, 0x0A, 0x01, 0x02, 0, nullptr, nullptr, 0};
     }
 
-    libusb_device_descriptor device{};
+    // Version, class, subclass, protocol, packet size, ids, release, strings, configurations.
+    // clang-format off
+    libusb_device_descriptor device{18, LIBUSB_DT_DEVICE, 0x0200, 0xFF, 0xFF, 0xFF, 64,
+                                    BoardVendorId, BoardProductId, 0x0123, 1, 2, 3, 1};
+    // clang-format on
     std::array<libusb_endpoint_descriptor, 5> endpoints{};
     std::array<libusb_interface_descriptor, 2> alternates{};
-    libusb_interface interface {};
-    libusb_config_descriptor config{};
+    libusb_interface interface { alternates.data(), 2 };
+    libusb_config_descriptor config{0, 0, 0, 1, 1, 0, 0, 0, &interface, nullptr, 0};
 };
 
 // Zero fields of the entry match anything; interface fields must all hold in one alternate
 // setting; without a configuration only the device fields can match.
 TEST(MatchesEntry, EveryFieldCountsOnlyWhenGiven) {
-    struct Case {
+    constexpr uint16_t kV = BoardVendorId, kP = BoardProductId;
+    // Vendor, product, device class and subclass, interface class, subclass and protocol.
+    const struct {
         MatchEntry entry;
-        bool withConfig;
-        bool matches;
-    };
-    auto with = [](auto set) {
-        MatchEntry e{BoardVendorId, BoardProductId};
-        set(e);
-        return e;
-    };
-    const Case cases[] = {
-        {{BoardVendorId, BoardProductId}, true, true},
-        {{BoardVendorId, 0x2006}, true, false},
-        {{0x0548, BoardProductId}, true, false},
-        {{0, BoardProductId}, true, true},
-        {{BoardVendorId, 0}, true, true},
+        bool withConfig, matches;
+    } cases[] = {
+        {{kV, kP}, true, true},
+        {{kV, 0x2006}, true, false},
+        {{0x0548, kP}, true, false},
+        {{0, kP}, true, true},
+        {{kV, 0}, true, true},
         {{}, true, true},
-        {with([](MatchEntry& e) { e.deviceClass = e.deviceSubClass = 0xFF; }), true, true},
-        {with([](MatchEntry& e) { e.deviceClass = 0x02; }), true, false},
-        {with([](MatchEntry& e) { e.deviceSubClass = 0x02; }), true, false},
-        {with([](MatchEntry& e) { e.interfaceClass = 0x0A; }), true, true},  // second setting
-        {with([](MatchEntry& e) { e.interfaceClass = 0x0A, e.interfaceProtocol = 0x02; }), true,
-         true},
-        {with([](MatchEntry& e) { e.interfaceClass = 0x0A, e.interfaceProtocol = 0x03; }), true,
-         false},
-        {with([](MatchEntry& e) { e.interfaceClass = 0xFF, e.interfaceSubClass = 0x01; }), true,
-         true},
-        {with([](MatchEntry& e) { e.interfaceClass = 0xFF, e.interfaceSubClass = 0x07; }), true,
-         false},
-        {{BoardVendorId, BoardProductId}, false, true},
-        {with([](MatchEntry& e) { e.interfaceClass = 0xFF; }), false, false},
+        {{kV, kP, 0xFF, 0xFF}, true, true},
+        {{kV, kP, 0x02}, true, false},
+        {{kV, kP, 0, 0x02}, true, false},
+        {{kV, kP, 0, 0, 0x0A}, true, true},  // the second setting
+        {{kV, kP, 0, 0, 0x0A, 0, 0x02}, true, true},
+        {{kV, kP, 0, 0, 0x0A, 0, 0x03}, true, false},
+        {{kV, kP, 0, 0, 0xFF, 0x01}, true, true},
+        {{kV, kP, 0, 0, 0xFF, 0x07}, true, false},
+        {{kV, kP}, false, true},
+        {{kV, kP, 0, 0, 0xFF}, false, false},
     };
     BoardDescriptors d;
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        const Case& c = cases[i];
-        EXPECT_EQ(MatchesEntry(d.device, c.withConfig ? &d.config : nullptr, c.entry), c.matches)
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_EQ(MatchesEntry(d.device, cases[i].withConfig ? &d.config : nullptr, cases[i].entry),
+                  cases[i].matches)
             << "case " << i;
-    }
     d.device.idProduct = 0x2006;
     EXPECT_FALSE(MatchesEntry(d.device, &d.config, {BoardVendorId, BoardProductId}));
     EXPECT_TRUE(MatchesEntry(d.device, &d.config, {BoardVendorId, 0}));
@@ -117,8 +86,7 @@ TEST(MatchesEntry, EveryFieldCountsOnlyWhenGiven) {
 TEST(PipeMatches, PipesAreEndpointAddressesInTheTransfersDirection) {
     const struct {
         uint32_t pipe;
-        bool read;
-        bool ok;
+        bool read, ok;
     } cases[] = {
         {2, false, true},      {0x82, true, true},   {1, false, true},     {0x81, true, true},
         {4, false, true},      {0x84, true, true},   {0x0F, false, true},  {0x82, false, false},
@@ -140,8 +108,8 @@ TEST(DeviceInfoFromDescriptors, CopiesDescriptorBytesInterfacesAndEndpoints) {
 
     ASSERT_EQ(info.interfaces.size(), 1u);
     const InterfaceInfo& iface = info.interfaces[0];
-    EXPECT_EQ(iface.number, 0);
     ASSERT_EQ(iface.alternates.size(), 2u);
+    EXPECT_EQ(iface.number, 0);
     EXPECT_EQ(iface.alternates[1].alternateSetting, 1);
     EXPECT_EQ(iface.alternates[1].interfaceClass, 0x0A);
     EXPECT_TRUE(iface.alternates[1].endpoints.empty());
@@ -201,6 +169,12 @@ TEST(LibusbDriverUnstarted, DeviceCallsFailWithNoDevice) {
 
 using Queue = HotplugQueue<int>;
 
+std::vector<std::pair<bool, int>> Events(const std::vector<Queue::Event>& events) {
+    std::vector<std::pair<bool, int>> out;
+    for (const auto& e : events) out.emplace_back(e.arrived, e.device);
+    return out;
+}
+
 TEST(HotplugQueue, HoldsEventsUntilTakenAndKeepsTheirOrder) {
     Queue queue;
     EXPECT_FALSE(queue.hasPending());
@@ -209,13 +183,8 @@ TEST(HotplugQueue, HoldsEventsUntilTakenAndKeepsTheirOrder) {
     queue.push(false, 7);
     queue.push(true, 8);
     EXPECT_TRUE(queue.hasPending());
-    const auto taken = queue.takeAll();
-    ASSERT_EQ(taken.size(), 3u);
-    EXPECT_TRUE(taken[0].arrived);
-    EXPECT_EQ(taken[0].device, 7);
-    EXPECT_FALSE(taken[1].arrived);
-    EXPECT_EQ(taken[1].device, 7);
-    EXPECT_EQ(taken[2].device, 8);
+    EXPECT_EQ(Events(queue.takeAll()),
+              (std::vector<std::pair<bool, int>>{{true, 7}, {false, 7}, {true, 8}}));
     EXPECT_FALSE(queue.hasPending());
     EXPECT_TRUE(queue.takeAll().empty());
 }
@@ -255,11 +224,9 @@ TEST(HotplugQueue, ConcurrentPushAndTakeLoseNothing) {
         for (const auto& e : queue.takeAll()) seen.push_back(e);
     }
     producer.join();
-    ASSERT_EQ(seen.size(), static_cast<std::size_t>(kEvents));
-    for (int i = 0; i < kEvents; ++i) {
-        ASSERT_EQ(seen[i].device, i);
-        ASSERT_EQ(seen[i].arrived, i % 2 == 0);
-    }
+    std::vector<std::pair<bool, int>> want;
+    for (int i = 0; i < kEvents; ++i) want.emplace_back(i % 2 == 0, i);
+    EXPECT_EQ(Events(seen), want);
     EXPECT_FALSE(queue.hasPending());
 }
 
