@@ -22,14 +22,14 @@
 
 #include "app/program.h"
 #include "app/transfer_trace.h"
-#include "foundation/hex_text.h"
-#include "workbench/bus_tools.h"
-#include "workbench/connection_bracket.h"
 #include "foundation/colors.h"
 #include "foundation/display_text.h"
+#include "foundation/hex_text.h"
 #include "qt/qt_binding.h"
 #include "qt/qt_log_view.h"
 #include "registers/frm_i2c_general.h"
+#include "workbench/bus_tools.h"
+#include "workbench/connection_bracket.h"
 #include "workbench/workbench.h"
 
 namespace i2cbridge {

@@ -174,8 +174,7 @@ void FrmScriptOps::Write_I2C(int n) {
     const auto reg = Pairs(cellText(n, kColRegAdr), r.RegAdrBytes);
     const auto data = Pairs(cellText(n, kColDataWr), r.DataWrBytes);
     uint8_t acknowledged = 0;
-    if (!WriteRegisterBytes(wb_.usb, wb_.i2c, wb_.i2c.I2CWriteAddress, reg, data,
-                            acknowledged)) {
+    if (!WriteRegisterBytes(wb_.usb, wb_.i2c, wb_.i2c.I2CWriteAddress, reg, data, acknowledged)) {
         vbalGrid1.setBack(n, kColDataWr, kCellRed);
         wb_.log.LogMessage("Write Qty Error Script Line " + std::to_string(n) +
                                " Actual= " + std::to_string(acknowledged),
