@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "bench_ports.h"
 #include "foundation/controls.h"
 #include "foundation/program_log.h"
 #include "qt/qt_binding.h"
@@ -23,13 +24,7 @@ namespace i2cbridge {
 namespace {
 
 QApplication& App() {
-    static int argc = 1;
-    static char name[] = "bench_log_view";
-    static char* argv[] = {name, nullptr};
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Never destroyed: Qt's own globals may be gone by the time static objects are.
-    static auto* app = new QApplication(argc, argv);
-    return *app;
+    return BenchApp("bench_log_view");
 }
 
 // The main window's tabs: a general page and the log page with its bound view.

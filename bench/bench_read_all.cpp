@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "app/program.h"
+#include "bench_ports.h"
 #include "foundation/ports.h"
 #include "registers/frm_i2c_general.h"
 #include "usb/simulated_board.h"
@@ -22,19 +23,6 @@
 
 namespace i2cbridge {
 namespace {
-
-// A pump that only delivers the board's attach and detach events, as the program's event loop
-// does; nothing else is waiting to run.
-class BenchPump : public UiPump {
-public:
-    explicit BenchPump(BoardDriver& driver) : driver_(driver) {}
-    void yield() override { driver_.deliverEvents(); }
-    void sleepMs(int) override {}
-    DateTime now() override { return {2026, 11, 18, 17, 5, 9}; }
-
-private:
-    BoardDriver& driver_;
-};
 
 class NoDialogs : public Dialogs {
 public:
@@ -47,7 +35,7 @@ public:
 
 struct Bench {
     SimulatedBoard board;
-    BenchPump pump{board};
+    BoardEventsPump pump{board};
     NoDialogs dialogs;
     Workbench wb{board, pump, dialogs};
     Program program{wb};

@@ -11,6 +11,7 @@
 #include <QPushButton>
 
 #include "app/program.h"
+#include "bench_ports.h"
 #include "qt/qt_main_window.h"
 #include "qt/qt_ports.h"
 #include "registers/frm_i2c_general.h"
@@ -21,13 +22,7 @@ namespace i2cbridge {
 namespace {
 
 QApplication& App() {
-    static int argc = 1;
-    static char name[] = "bench_read_button";
-    static char* argv[] = {name, nullptr};
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Never destroyed: Qt's own globals may be gone by the time static objects are.
-    static auto* app = new QApplication(argc, argv);
-    return *app;
+    return BenchApp("bench_read_button");
 }
 
 void Post(QWidget* widget, QEvent::Type type) {

@@ -34,7 +34,7 @@
 #include <vector>
 
 #include "app/program.h"
-#include "script_bench_ports.h"
+#include "bench_ports.h"
 #include "scripts/frm_script_ops.h"
 #include "support/temp_dir.h"
 #include "usb/simulated_board.h"

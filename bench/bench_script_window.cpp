@@ -22,10 +22,10 @@
 #include <string>
 
 #include "app/program.h"
+#include "bench_ports.h"
 #include "qt/qt_ports.h"
 #include "qt/qt_script_window.h"
 #include "registers/frm_i2c_general.h"
-#include "script_bench_ports.h"
 #include "scripts/frm_script_ops.h"
 #include "usb/simulated_board.h"
 #include "workbench/workbench.h"
@@ -35,16 +35,8 @@ namespace {
 
 constexpr int kRows = 1000;
 
-// The benchmark library owns main(), so the application is made on first use. It is never
-// destroyed: at exit Qt's own globals go first, and an application destroyed after them
-// crashes.
 QApplication& App() {
-    static int argc = 1;
-    static char name[] = "bench_script_window";
-    static char* argv[] = {name, nullptr};
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication* app = new QApplication(argc, argv);
-    return *app;
+    return BenchApp("bench_script_window");
 }
 
 class ScriptFile {
