@@ -14,7 +14,7 @@
 #include "bench_ports.h"
 #include "qt/qt_main_window.h"
 #include "qt/qt_ports.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "usb/simulated_board.h"
 #include "workbench/workbench.h"
 

@@ -25,7 +25,7 @@
 #include "bench_ports.h"
 #include "qt/qt_ports.h"
 #include "qt/qt_script_window.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 #include "usb/simulated_board.h"
 #include "workbench/workbench.h"

@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-#include "registers/register_file_format.h"
+#include "main_window/register_file_format.h"
 
 using namespace i2cbridge;
 

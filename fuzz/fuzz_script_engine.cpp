@@ -17,7 +17,7 @@
 
 #include "app/program.h"
 #include "foundation/ports.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 #include "usb/simulated_board.h"
 #include "workbench/workbench.h"

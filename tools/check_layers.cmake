@@ -12,7 +12,7 @@ set(rank_workbench 2)
 # the GPIO screen, the script windows drive both.
 set(rank_gpio 3)
 set(rank_about 3)
-set(rank_registers 4)
+set(rank_main_window 4)
 set(rank_scripts 5)
 set(rank_app 6)
 # The front ends.

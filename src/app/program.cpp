@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "gpio/frm_gpio.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 
 namespace i2cbridge {

@@ -14,7 +14,7 @@
 #include "cli/cli.h"
 #include "foundation/atomic_file.h"
 #include "foundation/hex_text.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 #include "scripts/script_reader.h"
 

@@ -20,7 +20,7 @@
 #include "qt/qt_ports.h"
 #include "qt/qt_startup_window.h"
 #include "qt/qt_windows.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "workbench/workbench.h"
 
 using namespace i2cbridge;

@@ -27,7 +27,7 @@
 #include "foundation/hex_text.h"
 #include "qt/qt_binding.h"
 #include "qt/qt_log_view.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "workbench/bus_tools.h"
 #include "workbench/connection_bracket.h"
 #include "workbench/workbench.h"

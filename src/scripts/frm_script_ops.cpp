@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "foundation/hex_text.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "workbench/workbench.h"
 
 namespace i2cbridge {

@@ -4,7 +4,7 @@
 
 #include "foundation/hex_text.h"
 #include "gpio/frm_gpio.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 #include "workbench/bus_tools.h"
 #include "workbench/workbench.h"

@@ -13,7 +13,7 @@
 
 #include "app/program.h"
 #include "emulated_board.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "support/fakes.h"
 #include "usb/libusb_driver.h"
 #include "workbench/workbench.h"

@@ -9,7 +9,7 @@
 #include "app/program.h"
 #include "foundation/ports.h"
 #include "gpio/frm_gpio.h"
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 #include "usb/board_driver.h"
 #include "usb/simulated_board.h"
 #include "workbench/workbench.h"

@@ -1,4 +1,4 @@
-#include "registers/frm_i2c_general.h"
+#include "main_window/frm_i2c_general.h"
 
 #include <algorithm>
 

@@ -8,8 +8,8 @@
 
 #include "foundation/atomic_file.h"
 #include "foundation/hex_text.h"
-#include "registers/frm_i2c_general.h"
-#include "registers/register_file_format.h"
+#include "main_window/frm_i2c_general.h"
+#include "main_window/register_file_format.h"
 #include "workbench/workbench.h"
 
 namespace i2cbridge {

@@ -10,7 +10,7 @@
 //   single_byte_panel.cpp  I2C address box and the single-byte panel
 //   register_table.cpp     the register table and the raw two-byte panel
 //   register_file.cpp      register definitions files (open, save)
-//   comm_test.cpp          the communications test
+//   communications_panel.cpp  the communications test
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "registers/register_file_format.h"
+#include "main_window/register_file_format.h"
 
 #include <gtest/gtest.h>
 

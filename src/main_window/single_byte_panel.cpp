@@ -4,8 +4,8 @@
 
 #include "foundation/colors.h"
 #include "foundation/hex_text.h"
-#include "registers/frm_i2c_general.h"
-#include "registers/panel_helpers.h"
+#include "main_window/frm_i2c_general.h"
+#include "main_window/panel_helpers.h"
 #include "workbench/exchange.h"
 #include "workbench/workbench.h"
 
