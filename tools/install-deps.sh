@@ -8,7 +8,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   umockdev libumockdev-dev
   xvfb xauth
-  tshark libxml2-utils
+  nlohmann-json3-dev
+  tshark libxml2-utils python3-junitparser
   dpkg-dev file
 )
 missing=()

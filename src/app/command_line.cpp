@@ -8,10 +8,56 @@
 namespace i2cbridge {
 
 namespace {
+
 std::string HexId(uint16_t id) {
     char text[8];
     std::snprintf(text, sizeof text, "0x%04X", id);
     return text;
+}
+
+constexpr const char* kBoardCommands = "read write dump scan gpio run";
+
+std::vector<OptionSpec> MakeTable() {
+    const unsigned both = kBothPrograms, cli = kCliProgram, window = kWindowProgram;
+    return {
+        {"--simulate", "", "", both, kBoardCommands,
+         "use the built-in simulated board instead of the board on USB", ""},
+        {"--vid", "", "ID", both, kBoardCommands, "vendor identifier to match, hexadecimal",
+         HexId(BoardVendorId)},
+        {"--pid", "", "ID", both, kBoardCommands, "product identifier to match, hexadecimal",
+         HexId(BoardProductId)},
+        {"--log", "", "FILE", both, "", "write the program log to FILE", ""},
+        {"--screenshot", "", "DIR", window, "",
+         "save pictures of the main window into DIR and quit", ""},
+        {"--trace", "", "FILE", cli, kBoardCommands,
+         "trace every transfer: text, or a usbmon capture for *.pcap", ""},
+        {"--json", "", "", cli, "", "print one JSON document", ""},
+        {"--quiet", "q", "", cli, "",
+         "print results only: no progress, hints or result lines of run", ""},
+        {"--verbose", "", "", cli, "", "also print the program log and progress to standard error",
+         ""},
+        {"--seven-bit", "7", "", cli, "read write dump",
+         "ADDR is a 7-bit address (30 for the write address 60)", ""},
+        {"--expect", "", "HH,HH", cli, "scan", "exit 1 unless exactly these write addresses answer",
+         ""},
+        {"--enables", "", "HHHH", cli, "gpio", "port B and port C output enables", ""},
+        {"--address", "", "HH", cli, "show run", "the script window's I2C address", "60"},
+        {"--loop", "", "N", cli, "run", "N passes, as Loop Cont would", "1"},
+        {"--abort-on-fail", "", "", cli, "run", "stop at the first failed compare", ""},
+        {"--pause", "", "continue|abort", cli, "run", "how a keypress pause is answered",
+         "continue"},
+        {"--junit", "", "FILE", cli, "run", "write a JUnit XML report", ""},
+        {"--update-expected", "", "FILE", cli, "run",
+         "write the script with the data read as expected data", ""},
+        {"--append", "", "", cli, "run",
+         "add to the --update-expected FILE instead of replacing it", ""},
+        {"--record-dir", "", "DIR", cli, "run",
+         "the \"_DL\" records of `S steps go to DIR (default: beside the script)", ""},
+        {"--lenient", "", "", cli, "run", "run scripts with unreadable lines, listed on stderr",
+         ""},
+        {"--help", "h", "", both, "", "show this text", ""},
+        {"--version", "Vv", "", both, "", "show the version", ""},
+    };
 }
 
 // The options Qt's application object reads and removes itself.
@@ -38,48 +84,155 @@ std::size_t ToolkitArguments(std::span<const std::string> args, std::size_t i) {
     if (!OneOf(name, kToolkitOptionsWithValue)) return 0;
     return name.size() < arg.size() || i + 1 >= args.size() ? 1 : 2;
 }
+
+const OptionSpec* FindShort(char letter, unsigned program) {
+    for (const OptionSpec& spec : OptionTable()) {
+        if ((spec.programs & program) && spec.shorts.find(letter) != std::string::npos)
+            return &spec;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
-std::optional<uint16_t> ParseUsbId(std::string_view text) {
+const std::vector<OptionSpec>& OptionTable() {
+    static const std::vector<OptionSpec> table = MakeTable();
+    return table;
+}
+
+const OptionSpec* FindOption(std::string_view name) {
+    for (const OptionSpec& spec : OptionTable()) {
+        if (spec.name == name) return &spec;
+    }
+    return nullptr;
+}
+
+bool TakesOption(const OptionSpec& spec, std::string_view command) {
+    if (spec.commands.empty()) return true;
+    std::size_t start = 0;
+    while (start < spec.commands.size()) {
+        const std::size_t end = std::min(spec.commands.find(' ', start), spec.commands.size());
+        if (std::string_view(spec.commands).substr(start, end - start) == command) return true;
+        start = end + 1;
+    }
+    return false;
+}
+
+bool ParsedArguments::has(std::string_view name) const {
+    for (const Given& g : options) {
+        if (g.spec->name == name) return true;
+    }
+    return false;
+}
+
+std::string ParsedArguments::value(std::string_view name) const {
+    for (auto g = options.rbegin(); g != options.rend(); ++g) {
+        if (g->spec->name == name) return g->value;
+    }
+    const OptionSpec* spec = FindOption(name);
+    return spec ? spec->defaultValue : std::string();
+}
+
+ParsedArguments ParseArguments(std::span<const std::string> args, unsigned program) {
+    ParsedArguments parsed;
+    bool optionsEnded = false;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (optionsEnded || arg.size() < 2 || arg[0] != '-') {
+            parsed.words.push_back(arg);
+            continue;
+        }
+        if (arg == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        const OptionSpec* spec = nullptr;
+        std::optional<std::string> value;
+        if (arg[1] == '-') {
+            const std::size_t eq = arg.find('=');
+            spec = FindOption(std::string_view(arg).substr(0, eq));
+            if (spec && !(spec->programs & program)) spec = nullptr;
+            if (eq != std::string::npos) value = arg.substr(eq + 1);
+        } else if (arg.size() == 2) {
+            spec = FindShort(arg[1], program);
+        }
+        if (!spec) {
+            if (program == kWindowProgram && arg[1] != '-') {
+                if (const std::size_t taken = ToolkitArguments(args, i)) {
+                    i += taken - 1;
+                    continue;
+                }
+            }
+            parsed.error = "unknown option " + arg.substr(0, arg.find('='));
+            return parsed;
+        }
+        if (spec->value.empty() && value) {
+            parsed.error = spec->name + " takes no value";
+            return parsed;
+        }
+        if (!spec->value.empty() && !value) {
+            if (i + 1 >= args.size()) {
+                parsed.error = spec->name + " needs a value (" + spec->value + ")";
+                return parsed;
+            }
+            value = args[++i];
+        }
+        parsed.options.push_back({spec, value.value_or("")});
+    }
+    return parsed;
+}
+
+std::string OptionHelp(unsigned program) {
+    std::string text;
+    for (const OptionSpec& spec : OptionTable()) {
+        if (!(spec.programs & program)) continue;
+        std::string left = "  ";
+        if (!spec.shorts.empty()) left += std::string("-") + spec.shorts[0] + ", ";
+        left += spec.name;
+        if (!spec.value.empty()) left += " " + spec.value;
+        std::string help = spec.help;
+        if (program == kCliProgram && !spec.commands.empty() && spec.commands != kBoardCommands) {
+            std::string commands = spec.commands;
+            for (char& c : commands) c = c == ' ' ? '/' : c;
+            help = commands + ": " + help;
+        }
+        if (!spec.defaultValue.empty()) help += " (default " + spec.defaultValue + ")";
+        constexpr std::size_t kColumn = 26;
+        text += left.size() + 1 < kColumn ? left + std::string(kColumn - left.size(), ' ')
+                                          : left + "\n" + std::string(kColumn, ' ');
+        text += help + "\n";
+    }
+    return text;
+}
+
+std::optional<unsigned> ParseHex(std::string_view text, unsigned max) {
     if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
         text.remove_prefix(2);
     }
-    const auto value = StrictHexValue(text, 0xFFFF);
-    if (!value || text.size() > 4) return std::nullopt;
+    // Leading zeros beyond the digits the maximum needs are still the same number, but a text
+    // longer than 8 digits is not one anybody means.
+    if (text.size() > 8) return std::nullopt;
+    const auto value = StrictHexValue(text, max);
+    if (!value) return std::nullopt;
+    return *value;
+}
+
+std::optional<uint16_t> ParseUsbId(std::string_view text) {
+    const auto value = ParseHex(text, 0xFFFF);
+    if (!value) return std::nullopt;
     return static_cast<uint16_t>(*value);
 }
 
 CommandLine CommandLine::Parse(std::span<const std::string> args) {
     CommandLine cl;
-    for (std::size_t i = 0; i < args.size() && cl.error.empty(); ++i) {
-        std::string name = args[i];
-        if (name == "-h") name = "--help";
-        if (name == "-v") name = "--version";
-        if (name.rfind("--", 0) != 0) {
-            if (const std::size_t taken = ToolkitArguments(args, i)) {
-                i += taken - 1;
-                continue;
-            }
-            cl.error = (name.rfind('-', 0) == 0 ? "unknown option " : "unknown argument ") + name;
-            break;
-        }
-        std::optional<std::string> value;
-        if (const auto eq = name.find('='); eq != std::string::npos) {
-            value = name.substr(eq + 1);
-            name.resize(eq);
-        }
-        const bool takesValue = name == "--vid" || name == "--pid" || name == "--screenshot";
-        if (!takesValue && value) {
-            cl.error = name + " takes no value";
-            break;
-        }
-        if (takesValue && !value) {
-            if (i + 1 >= args.size()) {
-                cl.error = name + " needs a value";
-                break;
-            }
-            value = args[++i];
-        }
+    const ParsedArguments parsed = ParseArguments(args, kWindowProgram);
+    cl.error = parsed.error;
+    if (cl.error.empty() && !parsed.words.empty()) {
+        cl.error = "unknown argument " + parsed.words.front();
+    }
+    for (const ParsedArguments::Given& g : parsed.options) {
+        if (!cl.error.empty()) break;
+        const std::string& name = g.spec->name;
         if (name == "--simulate") {
             cl.simulate = true;
         } else if (name == "--help") {
@@ -87,45 +240,29 @@ CommandLine CommandLine::Parse(std::span<const std::string> args) {
         } else if (name == "--version") {
             cl.version = true;
         } else if (name == "--vid" || name == "--pid") {
-            const auto id = ParseUsbId(*value);
+            const auto id = ParseUsbId(g.value);
             if (!id) {
                 cl.error = name + " wants a hexadecimal identifier from 0 to FFFF, such as " +
-                           HexId(name == "--vid" ? BoardVendorId : BoardProductId) + ", not \"" +
-                           *value + "\"";
+                           g.spec->defaultValue + ", not \"" + g.value + "\"";
             } else {
                 (name == "--vid" ? cl.vendorId : cl.productId) = id;
             }
-        } else if (name == "--screenshot") {
-            if (value->empty()) cl.error = "--screenshot needs a folder";
-            cl.screenshotDir = *value;
-        } else {
-            cl.error = "unknown option " + name;
+        } else if (name == "--screenshot" || name == "--log") {
+            if (g.value.empty()) cl.error = name + " needs a " + g.spec->value;
+            (name == "--log" ? cl.logFile : cl.screenshotDir) = g.value;
         }
     }
     return cl;
 }
 
 std::string UsageText(std::string_view program) {
-    std::string text = "Usage: ";
-    text += program;
-    text +=
-        " [--simulate] [--vid ID] [--pid ID] [--screenshot DIR]\n"
-        "\n"
-        "Desktop tool for the USB-to-I2C bridge evaluation board.\n"
-        "\n"
-        "  --simulate   use the built-in simulated board instead of the board on USB\n"
-        "  --vid ID     vendor identifier to match, hexadecimal (default " +
-        HexId(BoardVendorId) +
-        ")\n"
-        "  --pid ID     product identifier to match, hexadecimal (default " +
-        HexId(BoardProductId) +
-        ")\n"
-        "  --screenshot DIR\n"
-        "               save pictures of the main window into DIR and quit\n"
-        "  -h, --help   show this text\n"
-        "  -v, --version\n"
-        "               show the program's version\n";
-    return text;
+    return "Usage: " + std::string(program) +
+           " [OPTIONS]\n"
+           "\n"
+           "Desktop tool for the USB-to-I2C bridge evaluation board.\n"
+           "\n"
+           "Options:\n" +
+           OptionHelp(kWindowProgram);
 }
 
 std::string VersionText(std::string_view program) {

@@ -1,6 +1,7 @@
 // The bus commands: read, write, dump, scan and gpio.
 
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "cli/cli.h"
@@ -12,35 +13,53 @@ namespace i2cbridge::cli {
 
 namespace {
 
-std::optional<uint8_t> Address(const std::string& text) {
-    const auto value = StrictHexValue(text, 0xFF);
-    if (!value || text.size() > 2) return std::nullopt;
-    return static_cast<uint8_t>(*value);
-}
-
-int BadAddress(const std::string& text) {
-    return Usage("ADDR must be one hexadecimal byte, not \"" + text + "\"");
-}
-
-// Starts a session and opens the board; kExitOk, or the exit status to end with.
-int Start(Session& session) {
-    if (!session.setupError().empty()) {
-        std::fprintf(stderr, "i2cbridge-cli: %s\n", session.setupError().c_str());
-        return kExitUsage;
+// ADDR is the tool's 8-bit write address; with -7 a 7-bit address, as bus tools take it. A read
+// address (odd) is refused: it names the same device as the write address below it.
+std::optional<uint8_t> Address(const Options& o, const std::string& text, std::string& error) {
+    if (o.sevenBit) {
+        if (const auto value = ParseHex(text, 0x7F)) return static_cast<uint8_t>(*value << 1);
+        error = "ADDR must be a 7-bit address from 00 to 7F with -7, not \"" + text + "\"";
+        return std::nullopt;
     }
-    return session.open() ? kExitOk : kExitNoBoard;
+    const auto value = ParseHex(text, 0xFF);
+    if (!value) {
+        error = "ADDR must be one hexadecimal byte, not \"" + text + "\"";
+    } else if (*value % 2) {
+        error = "ADDR " + text + " is a read address; give the write address " +
+                HexByteText(static_cast<int>(*value - 1)) + ", or the 7-bit address " +
+                HexByteText(static_cast<int>(*value >> 1)) + " with -7";
+    } else {
+        return static_cast<uint8_t>(*value);
+    }
+    return std::nullopt;
 }
 
-// The usual grid of a 16 by 16 table: a header of column digits, then a row per 16.
-void PrintGrid(const std::vector<std::string>& cells) {
+// After a device did not answer: the 7-bit habit is the usual cause.
+void NoAnswerHint(const Options& o, const std::string& text, uint8_t address) {
+    if (o.sevenBit || o.quiet || address >= 0x80) return;
+    Complain("nothing answered at write address " + HexByteText(address) + "; if " + text +
+             " is a 7-bit address, add -7");
+}
+
+// The usual grid of a 16 by 16 table: a header of column digits, then a row per 16; with
+// text, the bytes as characters at the end of each row, as i2cdump shows them.
+void PrintGrid(const std::vector<std::string>& cells, bool text = false) {
     std::printf("   ");
     for (int c = 0; c < 16; ++c) std::printf("  %X", c);
-    std::printf("\n");
+    std::printf(text ? "    0123456789ABCDEF\n" : "\n");
     for (std::size_t row = 0; row * 16 < cells.size(); ++row) {
         std::printf("%02X:", static_cast<unsigned>(row * 16));
-        for (std::size_t c = 0; c < 16 && row * 16 + c < cells.size(); ++c)
-            std::printf(" %s", cells[row * 16 + c].c_str());
-        std::printf("\n");
+        std::string chars;
+        for (std::size_t c = 0; c < 16 && row * 16 + c < cells.size(); ++c) {
+            const std::string& cell = cells[row * 16 + c];
+            std::printf(" %s", cell.c_str());
+            const auto value = ParseHex(cell, 0xFF);
+            chars += !value                            ? 'X'
+                     : *value == 0 || *value == 0xFF   ? '.'
+                     : *value < 0x20 || *value >= 0x7F ? '?'
+                                                       : static_cast<char>(*value);
+        }
+        std::printf(text ? "    %s\n" : "\n", chars.c_str());
     }
 }
 
@@ -48,7 +67,8 @@ void PrintGrid(const std::vector<std::string>& cells) {
 
 int Read(const Options& o) {
     if (o.words.size() < 3 || o.words.size() > 4) return Usage("read takes ADDR REG [COUNT]");
-    const auto address = Address(o.words[1]);
+    std::string error;
+    const auto address = Address(o, o.words[1], error);
     const auto reg = HexBytes(o.words[2]);
     int count = 1;
     if (o.words.size() == 4) {
@@ -60,7 +80,7 @@ int Read(const Options& o) {
             count = 0;
         }
     }
-    if (!address) return BadAddress(o.words[1]);
+    if (!address) return Usage(error);
     if (!reg) return Usage("REG must be hexadecimal bytes, not \"" + o.words[2] + "\"");
     if (count < 1 || count > 255) return Usage("COUNT must be a number from 1 to 255");
 
@@ -72,16 +92,18 @@ int Read(const Options& o) {
     const std::vector<uint8_t> data(reply.bytes().begin() + 1, reply.bytes().end());
     const bool ok = ReadReplyOk(reply[0], count);
     if (o.json) {
-        std::printf(
-            "{\"address\":\"%s\",\"register\":\"%s\",\"count\":%d,\"read\":%d,"
-            "\"data\":\"%s\"}\n",
-            HexByteText(*address).c_str(), HexList(*reg, "").c_str(), count, reply[0],
-            ok ? HexList(data, "").c_str() : "");
+        PrintJson({{"address", HexByteText(*address)},
+                   {"register", HexList(*reg, "")},
+                   {"count", count},
+                   {"read", reply[0]},
+                   {"data", ok ? HexList(data, "") : ""}});
     } else if (ok) {
         std::printf("%s\n", HexList(data).c_str());
     }
     if (!ok) {
-        std::fprintf(stderr, "i2cbridge-cli: the device read %d of %d bytes\n", reply[0], count);
+        Complain("the device read " + std::to_string(reply[0]) + " of " + std::to_string(count) +
+                 " bytes");
+        if (reply[0] == 0) NoAnswerHint(o, o.words[1], *address);
         return kExitFailed;
     }
     return kExitOk;
@@ -89,9 +111,10 @@ int Read(const Options& o) {
 
 int Write(const Options& o) {
     if (o.words.size() < 4) return Usage("write takes ADDR REG DATA...");
-    const auto address = Address(o.words[1]);
+    std::string error;
+    const auto address = Address(o, o.words[1], error);
     const auto reg = HexBytes(o.words[2]);
-    if (!address) return BadAddress(o.words[1]);
+    if (!address) return Usage(error);
     if (!reg) return Usage("REG must be hexadecimal bytes, not \"" + o.words[2] + "\"");
     std::vector<uint8_t> data;
     for (std::size_t i = 3; i < o.words.size(); ++i) {
@@ -110,15 +133,16 @@ int Write(const Options& o) {
     session.close();
     const auto expected = static_cast<int>(1 + reg->size() + data.size());
     if (o.json) {
-        std::printf(
-            "{\"address\":\"%s\",\"register\":\"%s\",\"data\":\"%s\",\"acknowledged\":%d,"
-            "\"expected\":%d}\n",
-            HexByteText(*address).c_str(), HexList(*reg, "").c_str(), HexList(data, "").c_str(),
-            acknowledged, expected);
+        PrintJson({{"address", HexByteText(*address)},
+                   {"register", HexList(*reg, "")},
+                   {"data", HexList(data, "")},
+                   {"acknowledged", acknowledged},
+                   {"expected", expected}});
     }
     if (!ok) {
-        std::fprintf(stderr, "i2cbridge-cli: the device acknowledged %d of %d bytes\n",
-                     acknowledged, expected);
+        Complain("the device acknowledged " + std::to_string(acknowledged) + " of " +
+                 std::to_string(expected) + " bytes");
+        if (acknowledged == 0) NoAnswerHint(o, o.words[1], *address);
         return kExitFailed;
     }
     return kExitOk;
@@ -127,8 +151,9 @@ int Write(const Options& o) {
 // Every register read on its own, as the register table reads: a failed one shows XX.
 int Dump(const Options& o) {
     if (o.words.size() != 2) return Usage("dump takes ADDR");
-    const auto address = Address(o.words[1]);
-    if (!address) return BadAddress(o.words[1]);
+    std::string error;
+    const auto address = Address(o, o.words[1], error);
+    if (!address) return Usage(error);
     Session session(o);
     if (const int status = Start(session)) return status;
     Workbench& wb = session.wb();
@@ -143,15 +168,16 @@ int Dump(const Options& o) {
     }
     session.close();
     if (o.json) {
-        std::printf("{\"address\":\"%s\",\"registers\":[", HexByteText(*address).c_str());
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            std::printf("%s%s", i ? "," : "",
-                        cells[i] == "XX" ? "null" : ("\"" + cells[i] + "\"").c_str());
+        nlohmann::ordered_json registers = nlohmann::ordered_json::array();
+        for (const std::string& cell : cells) {
+            registers.push_back(cell == "XX" ? nlohmann::ordered_json()
+                                             : nlohmann::ordered_json(cell));
         }
-        std::printf("]}\n");
+        PrintJson({{"address", HexByteText(*address)}, {"registers", registers}});
     } else {
-        PrintGrid(cells);
+        PrintGrid(cells, true);
     }
+    if (!allRead) NoAnswerHint(o, o.words[1], *address);
     return allRead ? kExitOk : kExitFailed;
 }
 

@@ -3,14 +3,18 @@
 // The command-line program's pieces: its options, a session on the board (the same core as
 // the window, with headless ports), and its commands.
 
+#include <csignal>
 #include <cstdio>
+#include <functional>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "app/board_choice.h"
+#include "app/command_line.h"
 #include "app/headless_ports.h"
 #include "app/program.h"
 #include "app/transfer_trace.h"
@@ -23,31 +27,57 @@ inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailed = 1;  // a compare failed, a device did not answer
 inline constexpr int kExitUsage = 2;   // bad usage, a file that cannot be read or written
 inline constexpr int kExitNoBoard = 3;
+// A run stopped by a signal ends with 128 + the signal's number, as shells report it.
+inline constexpr int kExitSignalBase = 128;
 
+// The options of one command, read from the one option table (app/command_line.h).
 struct Options {
     std::vector<std::string> words;  // the command and its arguments
     bool simulate = false;
     std::optional<uint16_t> vendorId, productId;
-    bool json = false;
+    bool json = false, quiet = false, verbose = false, sevenBit = false;
     std::string logFile, traceFile;
     // run
-    std::string address = "60";
+    std::string address;
     int loop = 1;
-    bool abortOnFail = false;
+    bool abortOnFail = false, lenient = false;
     Dialogs::Answer pause = Dialogs::Answer::Ok;
-    std::string junitFile, updateExpectedFile;
+    std::string junitFile, updateExpectedFile, recordDir;
     bool append = false;
     // scan, gpio
     std::optional<std::vector<uint8_t>> expect;
     std::optional<std::string> enables;
 };
 
-// Prints the error and the usage to stderr; returns kExitUsage.
+// A usage error: one line on stderr and a pointer to --help; returns kExitUsage.
 int Usage(const std::string& error);
-const char* UsageText();
+// Any other error, warning or hint: "i2cbridge-cli: " and the text, on stderr.
+void Complain(const std::string& text);
 
-// The board and the core for one command. The program log goes to stderr (or --log FILE),
-// the transfers to --trace FILE.
+// The signal that asked the program to stop (SIGINT, SIGTERM), 0 while none did.
+int StopSignal();
+// From now on SIGINT and SIGTERM ask the program to stop instead of ending it.
+void CatchStopSignals();
+
+// Message boxes of the core, printed on stderr as warnings and answered as --pause says.
+class SessionDialogs : public HeadlessDialogs {
+public:
+    SessionDialogs() : HeadlessDialogs(stderr) {}
+    Answer messageBox(const std::string& text, const std::string& title, Buttons buttons) override;
+    std::vector<std::string> shown;  // every text shown, for the caller to judge
+};
+
+// A yield delivers the board's events and, once a stop signal came, asks the run to stop
+// after its row.
+class SessionPump : public HeadlessPump {
+public:
+    using HeadlessPump::HeadlessPump;
+    void yield() override;
+    std::function<void()> onStopRequested;
+};
+
+// The board and the core for one command. The program log goes to --log FILE, and to stderr
+// with --verbose; the transfers to --trace FILE.
 class Session {
 public:
     explicit Session(const Options& options);
@@ -55,19 +85,21 @@ public:
     // Empty when the session is ready; otherwise what went wrong with the log or trace file.
     const std::string& setupError() const { return setupError_; }
 
-    // Opens the board (the module-level open); false, with a line on stderr, when no board
-    // attached. close() closes it again.
+    // Opens the board (the module-level open); false, with a line and hints on stderr, when no
+    // board could be opened. close() closes it again.
     bool open();
     void close();
 
     Workbench& wb() { return wb_; }
     Program& program() { return program_; }
-    HeadlessDialogs& dialogs() { return dialogs_; }
+    SessionDialogs& dialogs() { return dialogs_; }
+    SessionPump& pump() { return pump_; }
 
 private:
+    const Options& options_;
     BoardChoice board_;
-    HeadlessPump pump_;
-    HeadlessDialogs dialogs_;
+    SessionPump pump_;
+    SessionDialogs dialogs_;
     Workbench wb_;
     Program program_;
     ConnectionBracket bracket_{wb_.usb, wb_.pump};
@@ -76,11 +108,17 @@ private:
     std::string setupError_;
 };
 
-// Hex digits as bytes, two digits each from the left; an odd count gets a leading 0.
+// Starts the session's board for a command: kExitOk, or the exit status to end with.
+int Start(Session& session);
+
+// Hex digits as bytes, two digits each from the left, with or without "0x"; an odd count gets
+// a leading 0.
 std::optional<std::vector<uint8_t>> HexBytes(std::string text);
 std::string HexList(const std::vector<uint8_t>& bytes, const char* separator = " ");
-// A JSON string of the bytes (shown as UTF-8, or as Windows-1252 when they are not).
-std::string JsonString(std::string_view bytes);
+// Bytes of the core's 8-bit texts as UTF-8 (Windows-1252 where they are not UTF-8).
+std::string Utf8(std::string_view bytes);
+// Prints a JSON document on one line.
+void PrintJson(const nlohmann::ordered_json& document);
 
 int Read(const Options& o);
 int Write(const Options& o);

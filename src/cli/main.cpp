@@ -3,64 +3,53 @@
 // headless ports: no event loop, the board's events delivered at each yield, message boxes
 // printed to stderr and answered.
 
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-#include "app/command_line.h"
 #include "cli/cli.h"
 #include "foundation/display_text.h"
 #include "foundation/hex_text.h"
 
 namespace i2cbridge::cli {
 
-const char* UsageText() {
+namespace {
+
+volatile std::sig_atomic_t gStopSignal = 0;
+
+extern "C" void OnStopSignal(int signal) {
+    gStopSignal = signal;
+}
+
+std::string CliUsageText() {
     return "Usage: i2cbridge-cli COMMAND [ARGUMENTS] [OPTIONS]\n"
            "\n"
            "Commands:\n"
            "  read ADDR REG [COUNT]    read COUNT bytes (1 to 255, default 1) from register REG\n"
            "  write ADDR REG DATA...   write the data bytes to register REG\n"
            "  dump ADDR                read registers 00 to FF one by one, as a 16 by 16 table\n"
-           "  scan [--expect HH,...]   probe every 7-bit address with a one-byte read\n"
-           "  gpio [--enables HHHH] [DATA]\n"
-           "                           write port B and port C (and their output enables), read "
-           "back\n"
+           "  scan                     probe every 7-bit address with a one-byte read\n"
+           "  gpio [DATA]              write port B and port C (and their output enables), "
+           "read back\n"
            "  show SCRIPT              print a script's rows as the script window shows them\n"
            "  run SCRIPT...            run each script's main part as Run All Steps does\n"
            "\n"
-           "ADDR is a device's 8-bit write address (60 for the device at 7-bit address 30), REG\n"
-           "its register address (one or more bytes, most significant first) and DATA one or\n"
-           "more bytes, all hexadecimal: 60, 02, 0010, A5. COUNT is decimal.\n"
+           "ADDR is a device's 8-bit write address (60 for the device at 7-bit address 30; with\n"
+           "-7 the 7-bit address), REG its register address (one or more bytes, most significant\n"
+           "first) and DATA one or more bytes, all hexadecimal with or without 0x: 60, 0x02,\n"
+           "0010, A5. COUNT is decimal.\n"
            "\n"
-           "Options:\n"
-           "  --simulate          use the built-in simulated board instead of the board on USB\n"
-           "  --vid ID, --pid ID  identifiers to match, hexadecimal (defaults 0x0547, 0x2005)\n"
-           "  --json              machine-readable output\n"
-           "  --log FILE          write the program log to FILE instead of standard error\n"
-           "  --trace FILE        trace every transfer: text, or a usbmon capture for *.pcap\n"
-           "  --expect HH,HH      scan: exit 1 unless exactly these write addresses answer\n"
-           "  --enables HHHH      gpio: port B and port C output enables\n"
-           "  --address HH        show, run: the script window's I2C address (default 60)\n"
-           "  --loop N            run: N passes, as Loop Cont would (default 1)\n"
-           "  --abort-on-fail     run: stop a pass at its first failed compare\n"
-           "  --pause continue|abort\n"
-           "                      run: how a keypress pause is answered (default continue)\n"
-           "  --junit FILE        run: write a JUnit XML report\n"
-           "  --update-expected FILE [--append]\n"
-           "                      run: write the script with the data read as expected data\n"
-           "  -h, --help          show this text\n"
-           "  -v, --version       show the version\n"
+           "Options (a command refuses those it does not take):\n" +
+           OptionHelp(kCliProgram) +
            "\n"
-           "Exit status: 0 done (every compare passed), 1 a compare failed or a device did not\n"
-           "answer, 2 bad usage or a file that cannot be read or written, 3 no board.\n";
+           "Exit status: 0 done (every compare passed), 1 a compare failed, a device did not\n"
+           "answer, a record could not be written or the run did not run every row, 2 bad usage\n"
+           "or a file that cannot be read or written, 3 no board, 130 or 143 stopped by SIGINT\n"
+           "or SIGTERM.\n";
 }
-
-int Usage(const std::string& error) {
-    std::fprintf(stderr, "i2cbridge-cli: %s\n\n%s", error.c_str(), UsageText());
-    return kExitUsage;
-}
-
-namespace {
 
 void PrintLogEntry(std::string_view text) {
     std::string line;
@@ -72,19 +61,139 @@ void PrintLogEntry(std::string_view text) {
     std::fprintf(stderr, "log: %s\n", line.c_str());
 }
 
+bool ParseLoop(const std::string& text, int& loop) {
+    try {
+        std::size_t used = 0;
+        loop = std::stoi(text, &used);
+        return used == text.size() && loop >= 1;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+// The options' values into Options; an error text when one is wrong.
+std::string Interpret(const ParsedArguments& parsed, Options& o) {
+    o.words = parsed.words;
+    const std::string command = o.words.empty() ? "" : o.words.front();
+    constexpr std::string_view kCommands[] = {"read", "write", "dump", "scan",
+                                              "gpio", "show",  "run"};
+    if (!command.empty() &&
+        std::find(std::begin(kCommands), std::end(kCommands), command) == std::end(kCommands)) {
+        return "unknown command " + command;
+    }
+    for (const ParsedArguments::Given& g : parsed.options) {
+        if (!command.empty() && !TakesOption(*g.spec, command)) {
+            return g.spec->name + " does not apply to " + command;
+        }
+    }
+    o.simulate = parsed.has("--simulate");
+    o.json = parsed.has("--json");
+    o.quiet = parsed.has("--quiet");
+    o.verbose = parsed.has("--verbose");
+    o.sevenBit = parsed.has("--seven-bit");
+    o.abortOnFail = parsed.has("--abort-on-fail");
+    o.append = parsed.has("--append");
+    o.lenient = parsed.has("--lenient");
+    for (const char* name : {"--vid", "--pid"}) {
+        if (!parsed.has(name)) continue;
+        const auto id = ParseUsbId(parsed.value(name));
+        if (!id) return std::string(name) + " wants a hexadecimal identifier from 0 to FFFF";
+        (name[2] == 'v' ? o.vendorId : o.productId) = id;
+    }
+    const std::pair<const char*, std::string*> files[] = {
+        {"--log", &o.logFile},
+        {"--trace", &o.traceFile},
+        {"--junit", &o.junitFile},
+        {"--update-expected", &o.updateExpectedFile},
+        {"--record-dir", &o.recordDir}};
+    for (const auto& [name, out] : files) {
+        *out = parsed.value(name);
+        if (parsed.has(name) && out->empty()) return std::string(name) + " needs a name";
+    }
+    const auto address = ParseHex(parsed.value("--address"), 0xFE);
+    if (!address || *address % 2) return "--address wants an even write address from 00 to FE";
+    o.address = HexByteText(static_cast<int>(*address));
+    if (!ParseLoop(parsed.value("--loop"), o.loop)) return "--loop wants a number from 1 up";
+    const std::string pause = parsed.value("--pause");
+    if (pause != "continue" && pause != "abort") return "--pause wants continue or abort";
+    o.pause = pause == "abort" ? Dialogs::Answer::Cancel : Dialogs::Answer::Ok;
+    if (parsed.has("--enables")) {
+        const std::string v = parsed.value("--enables");
+        const auto bytes = HexBytes(v);
+        if (!bytes || bytes->size() != 2) return "--enables wants four hexadecimal digits";
+        o.enables = HexList(*bytes, "");
+    }
+    if (parsed.has("--expect")) {
+        const std::string v = parsed.value("--expect");
+        std::vector<uint8_t> addresses;
+        std::size_t start = 0;
+        while (start <= v.size()) {
+            const auto comma = std::min(v.find(',', start), v.size());
+            const auto a = ParseHex(std::string_view(v).substr(start, comma - start), 0xFE);
+            if (!a) return "--expect wants write addresses such as 40,60,A0";
+            addresses.push_back(static_cast<uint8_t>(*a));
+            start = comma + 1;
+        }
+        o.expect = addresses;
+    }
+    if (o.quiet && o.verbose) return "--quiet and --verbose exclude each other";
+    return {};
+}
+
 }  // namespace
 
+int Usage(const std::string& error) {
+    std::fprintf(stderr, "i2cbridge-cli: %s (try --help)\n", error.c_str());
+    return kExitUsage;
+}
+
+void Complain(const std::string& text) {
+    std::fprintf(stderr, "i2cbridge-cli: %s\n", text.c_str());
+}
+
+int StopSignal() {
+    return gStopSignal;
+}
+
+void CatchStopSignals() {
+    struct sigaction action {};
+    action.sa_handler = OnStopSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+// The box's text as a warning, without the box's button: nobody clicked it.
+Dialogs::Answer SessionDialogs::messageBox(const std::string& text, const std::string&,
+                                           Buttons buttons) {
+    const Answer answer = buttons == Buttons::Ok ? Answer::Ok : okCancelAnswer;
+    shown.push_back(text);
+    if (buttons == Buttons::Ok) {
+        Complain(text);
+    } else {
+        Complain(text + (answer == Answer::Ok ? " (continued)" : " (aborted)"));
+    }
+    return answer;
+}
+
+void SessionPump::yield() {
+    HeadlessPump::yield();
+    if (StopSignal() != 0 && onStopRequested) onStopRequested();
+}
+
 Session::Session(const Options& o)
-    : board_(ChooseBoard(o.simulate)),
+    : options_(o),
+      board_(ChooseBoard(o.simulate)),
       pump_(*board_.driver),
-      dialogs_(stderr),
       wb_(*board_.driver, pump_, dialogs_),
       program_(wb_) {
     MatchBoard(wb_.usb, board_, o.vendorId, o.productId);
     dialogs_.okCancelAnswer = o.pause;
+    // A stop signal ends a run after its row, as Abort does.
+    pump_.onStopRequested = [this] { wb_.script.AbortRequested = true; };
     // Without the main window's open, the I2C pipe is selected here.
     wb_.usb.InitI2CPipe();
-    // Every entry goes to stderr or the log file as it is written; nothing reads it back.
+    // Every entry goes to the log file or stderr as it is written; nothing reads it back.
     wb_.log.Txtlog.setRetain(false);
     if (!o.logFile.empty()) {
         log_ = std::fopen(o.logFile.c_str(), "ab");
@@ -97,9 +206,8 @@ Session::Session(const Options& o)
             std::fwrite(text.data(), 1, text.size(), file);
             std::fflush(file);
         };
-    } else {
-        wb_.log.onEntry = PrintLogEntry;
     }
+    if (o.verbose) wb_.log.onEntry = PrintLogEntry;
     if (!o.traceFile.empty()) {
         std::string why;
         trace_ = TransferTrace::Start(wb_.usb, o.traceFile, why);
@@ -116,8 +224,20 @@ Session::~Session() {
 bool Session::open() {
     bracket_.open();
     if (wb_.usb.DriverContext.DeviceHandle != 0) return true;
-    std::fputs("i2cbridge-cli: no board could be opened\n", stderr);
     bracket_.close();
+    char ids[64];
+    std::snprintf(ids, sizeof ids, "vendor %04x, product %04x", wb_.usb.MatchTable.vendorId,
+                  wb_.usb.MatchTable.productId);
+    Complain(std::string("no board found (") + ids + ")");
+    if (!options_.quiet) {
+        std::fputs(
+            "  try --simulate to use the built-in simulated board;\n"
+            "  if the board is plugged in, install the udev rule that lets you open it\n"
+            "  (/usr/lib/udev/rules.d/60-i2cbridge.rules, or packaging/60-i2cbridge.rules from\n"
+            "  the source, into /etc/udev/rules.d/) and plug it in again;\n"
+            "  a board with other identifiers needs --vid and --pid.\n",
+            stderr);
+    }
     return false;
 }
 
@@ -125,7 +245,16 @@ void Session::close() {
     bracket_.close();
 }
 
+int Start(Session& session) {
+    if (!session.setupError().empty()) {
+        Complain(session.setupError());
+        return kExitUsage;
+    }
+    return session.open() ? kExitOk : kExitNoBoard;
+}
+
 std::optional<std::vector<uint8_t>> HexBytes(std::string text) {
+    if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) text.erase(0, 2);
     if (text.size() % 2 == 1) text.insert(text.begin(), '0');
     if (text.empty()) return std::nullopt;
     std::vector<uint8_t> bytes;
@@ -146,27 +275,14 @@ std::string HexList(const std::vector<uint8_t>& bytes, const char* separator) {
     return text;
 }
 
-std::string JsonString(std::string_view bytes) {
-    std::string out = "\"";
-    for (unsigned char c : DisplayText(bytes)) {
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            default:
-                if (c < 0x20) {
-                    char escape[8];
-                    std::snprintf(escape, sizeof escape, "\\u%04x", c);
-                    out += escape;
-                } else {
-                    out += static_cast<char>(c);
-                }
-        }
-    }
-    return out + "\"";
+std::string Utf8(std::string_view bytes) {
+    return DisplayText(bytes);
+}
+
+void PrintJson(const nlohmann::ordered_json& document) {
+    const std::string text =
+        document.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    std::printf("%s\n", text.c_str());
 }
 
 }  // namespace i2cbridge::cli
@@ -174,92 +290,20 @@ std::string JsonString(std::string_view bytes) {
 using namespace i2cbridge;
 using namespace i2cbridge::cli;
 
-namespace {
-
-bool ParseLoop(const std::string& text, int& loop) {
-    try {
-        std::size_t used = 0;
-        loop = std::stoi(text, &used);
-        return used == text.size() && loop >= 1;
-    } catch (const std::exception&) {
-        return false;
-    }
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
-    Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        auto value = [&](std::string& out) {
-            if (i + 1 >= argc) return false;
-            out = argv[++i];
-            return true;
-        };
-        std::string v;
-        if (arg == "--help" || arg == "-h") {
-            std::fputs(UsageText(), stdout);
-            return kExitOk;
-        }
-        if (arg == "--version" || arg == "-v") {
-            std::printf("i2cbridge-cli %d.%d.%d\n", I2CB_VERSION_MAJOR, I2CB_VERSION_MINOR,
-                        I2CB_VERSION_PATCH);
-            return kExitOk;
-        }
-        if (arg == "--simulate") {
-            o.simulate = true;
-        } else if (arg == "--json") {
-            o.json = true;
-        } else if (arg == "--abort-on-fail") {
-            o.abortOnFail = true;
-        } else if (arg == "--append") {
-            o.append = true;
-        } else if (arg == "--vid" || arg == "--pid") {
-            if (!value(v)) return Usage(arg + " needs a value");
-            const auto id = ParseUsbId(v);
-            if (!id) return Usage(arg + " wants a hexadecimal identifier from 0 to FFFF");
-            (arg == "--vid" ? o.vendorId : o.productId) = id;
-        } else if (arg == "--log" || arg == "--trace" || arg == "--junit" ||
-                   arg == "--update-expected") {
-            if (!value(v) || v.empty()) return Usage(arg + " needs a file name");
-            (arg == "--log"     ? o.logFile
-             : arg == "--trace" ? o.traceFile
-             : arg == "--junit" ? o.junitFile
-                                : o.updateExpectedFile) = v;
-        } else if (arg == "--address") {
-            if (!value(v) || !StrictHexValue(v, 0xFE) || v.size() > 2)
-                return Usage("--address wants a write address from 00 to FE");
-            o.address = UpperCase(v);
-        } else if (arg == "--loop") {
-            if (!value(v) || !ParseLoop(v, o.loop)) return Usage("--loop wants a number from 1 up");
-        } else if (arg == "--pause") {
-            if (!value(v) || (v != "continue" && v != "abort"))
-                return Usage("--pause wants continue or abort");
-            o.pause = v == "abort" ? Dialogs::Answer::Cancel : Dialogs::Answer::Ok;
-        } else if (arg == "--enables") {
-            if (!value(v) || v.size() != 4 || !StrictHexValue(v, 0xFFFF))
-                return Usage("--enables wants four hexadecimal digits");
-            o.enables = v;
-        } else if (arg == "--expect") {
-            if (!value(v)) return Usage("--expect needs a list of addresses");
-            std::vector<uint8_t> addresses;
-            std::size_t start = 0;
-            while (start <= v.size()) {
-                const auto comma = std::min(v.find(',', start), v.size());
-                const auto a =
-                    StrictHexValue(std::string_view(v).substr(start, comma - start), 0xFE);
-                if (!a) return Usage("--expect wants write addresses such as 40,60,A0");
-                addresses.push_back(static_cast<uint8_t>(*a));
-                start = comma + 1;
-            }
-            o.expect = addresses;
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            return Usage("unknown option " + arg);
-        } else {
-            o.words.push_back(arg);
-        }
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    const ParsedArguments parsed = ParseArguments(args, kCliProgram);
+    if (!parsed.error.empty()) return Usage(parsed.error);
+    if (parsed.has("--help")) {
+        std::fputs(CliUsageText().c_str(), stdout);
+        return kExitOk;
     }
+    if (parsed.has("--version")) {
+        std::fputs(VersionText("i2cbridge-cli").c_str(), stdout);
+        return kExitOk;
+    }
+    Options o;
+    if (const std::string error = Interpret(parsed, o); !error.empty()) return Usage(error);
     if (o.words.empty()) return Usage("no command given");
     const std::string& command = o.words[0];
     if (command == "read") return Read(o);

@@ -1,13 +1,17 @@
 // The script commands: show prints a script as the window's grid shows it; run runs scripts as
-// the window's Run All Steps does and reports every compare, also as a JUnit file.
+// the window's Run All Steps and Loop Cont do and reports every compared row, as text, JSON or
+// a JUnit file. A run is green only when every row ran and every transfer was acknowledged.
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -22,14 +26,32 @@ namespace i2cbridge::cli {
 
 namespace {
 
-bool ReadFile(const std::string& path, std::string& bytes) {
+using Clock = std::chrono::steady_clock;
+using Json = nlohmann::ordered_json;
+
+double Seconds(Clock::duration d) {
+    return std::chrono::duration<double>(d).count();
+}
+
+// The whole file, or the system's reason why not (a folder is not a script).
+std::optional<std::string> ReadScriptFile(const std::string& path, std::string& why) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        why = std::strerror(EISDIR);
+        return std::nullopt;
+    }
     std::ifstream in(path, std::ios::in | std::ios::binary);
-    if (!in.is_open()) return false;
+    if (!in.is_open()) {
+        why = std::strerror(errno);
+        return std::nullopt;
+    }
     std::ostringstream all;
     all << in.rdbuf();
-    if (in.bad()) return false;
-    bytes = all.str();
-    return true;
+    if (in.bad()) {
+        why = std::strerror(errno);
+        return std::nullopt;
+    }
+    return all.str();
 }
 
 std::string FileName(const std::string& path) {
@@ -37,22 +59,17 @@ std::string FileName(const std::string& path) {
     return cut == std::string::npos ? path : path.substr(cut + 1);
 }
 
+// A "_DL" record that a `S step wrote ("a1_DL.txt"), by its name.
+bool IsRecordFile(const std::string& path) {
+    const std::string name = FileName(path);
+    const auto dot = name.rfind('.');
+    const std::string stem = dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
+    return stem.size() > 3 && stem.compare(stem.size() - 3, 3, "_DL") == 0;
+}
+
 std::string Xml(std::string_view bytes) {
     std::string out;
-    // JsonString gives valid UTF-8 in quotes; XML needs its own escapes.
-    const std::string text = JsonString(bytes);
-    for (std::size_t i = 1; i + 1 < text.size(); ++i) {
-        const char c = text[i];
-        if (c == '\\' && i + 1 < text.size() - 1) {
-            const char next = text[++i];
-            if (next == 'u') {
-                out += ' ';  // a control character: no place in XML 1.0
-                i += 4;
-            } else {
-                out += next;
-            }
-            continue;
-        }
+    for (const char c : Utf8(bytes)) {
         switch (c) {
             case '&':
                 out += "&amp;";
@@ -67,128 +84,355 @@ std::string Xml(std::string_view bytes) {
                 out += "&quot;";
                 break;
             default:
-                out += c;
+                // Control characters have no place in XML 1.0.
+                out += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
         }
     }
     return out;
 }
 
-// One compared row of one pass.
+enum class Status { Pass, Fail, Skipped };
+
+const char* StatusText(Status s) {
+    return s == Status::Pass ? "PASS" : s == Status::Fail ? "FAIL" : "SKIP";
+}
+
+// One row of one pass that was compared, failed a transfer, or was not run.
 struct Case {
-    int pass = 1;
+    std::string pass;  // "1", or "4 to 100" for rows of passes not run
     std::string line, address, reg, expected, actual;
-    bool passed = false;
+    Status status = Status::Pass;
+    std::string why;  // what the board answered, or why the row did not run
     double seconds = 0;
+
+    std::string name() const {
+        std::string text = "line " + line + " " + address + " reg " + (reg.empty() ? "-" : reg);
+        return pass == "1" ? text : "pass " + pass + " " + text;
+    }
 };
 
 struct Suite {
-    std::string name;
+    std::string path;
     std::vector<Case> cases;
     double seconds = 0;
-    int failures() const {
+    int passesRun = 0;
+    int count(Status s) const {
         int n = 0;
-        for (const Case& c : cases) n += c.passed ? 0 : 1;
+        for (const Case& c : cases) n += c.status == s ? 1 : 0;
         return n;
     }
 };
 
-std::string JUnit(const std::vector<Suite>& suites) {
-    int tests = 0, failures = 0;
+struct Totals {
+    int passed = 0, failed = 0, skipped = 0;
     double seconds = 0;
-    for (const Suite& s : suites) {
-        tests += static_cast<int>(s.cases.size());
-        failures += s.failures();
-        seconds += s.seconds;
+    explicit Totals(const std::vector<Suite>& suites) {
+        for (const Suite& s : suites) {
+            passed += s.count(Status::Pass);
+            failed += s.count(Status::Fail);
+            skipped += s.count(Status::Skipped);
+            seconds += s.seconds;
+        }
     }
-    std::string x = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    char head[160];
-    std::snprintf(
-        head, sizeof head,
-        "<testsuites name=\"i2cbridge-cli\" tests=\"%d\" failures=\"%d\" time=\"%.6f\">\n", tests,
-        failures, seconds);
-    x += head;
+    std::string line() const {
+        return std::to_string(passed) + " passed, " + std::to_string(failed) + " failed, " +
+               std::to_string(skipped) + " skipped";
+    }
+};
+
+std::string Time(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6f", seconds);
+    return text;
+}
+
+std::string Counts(int tests, int failures, int skipped, double seconds) {
+    return " tests=\"" + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) +
+           "\" errors=\"0\" skipped=\"" + std::to_string(skipped) + "\" time=\"" + Time(seconds) +
+           "\"";
+}
+
+std::string JUnit(const std::vector<Suite>& suites) {
+    const Totals all(suites);
+    std::string x =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"i2cbridge-cli\"" +
+        Counts(all.passed + all.failed + all.skipped, all.failed, all.skipped, all.seconds) + ">\n";
     for (const Suite& s : suites) {
-        std::snprintf(head, sizeof head,
-                      " tests=\"%zu\" failures=\"%d\" errors=\"0\" skipped=\"0\" time=\"%.6f\">\n",
-                      s.cases.size(), s.failures(), s.seconds);
-        x += "  <testsuite name=\"" + Xml(s.name) + "\"" + head;
+        const std::string name = Xml(FileName(s.path));
+        x += "  <testsuite name=\"" + name + "\"" +
+             Counts(static_cast<int>(s.cases.size()), s.count(Status::Fail),
+                    s.count(Status::Skipped), s.seconds) +
+             ">\n";
         for (const Case& c : s.cases) {
-            std::string name =
-                "line " + c.line + " " + c.address + " reg " + (c.reg.empty() ? "-" : c.reg);
-            if (c.pass > 1) name = "pass " + std::to_string(c.pass) + " " + name;
-            char time[32];
-            std::snprintf(time, sizeof time, "%.6f", c.seconds);
-            x += "    <testcase classname=\"" + Xml(s.name) + "\" name=\"" + Xml(name) +
-                 "\" time=\"" + time + "\"";
-            if (c.passed) {
+            x += "    <testcase classname=\"" + name + "\" name=\"" + Xml(c.name()) + "\" time=\"" +
+                 Time(c.seconds) + "\"";
+            if (c.status == Status::Pass) {
                 x += "/>\n";
-                continue;
+            } else if (c.status == Status::Skipped) {
+                x += ">\n      <skipped message=\"" + Xml(c.why) + "\"/>\n    </testcase>\n";
+            } else {
+                x += ">\n      <failure message=\"" + Xml(c.why) + "\" type=\"compare\">" +
+                     Xml(c.why) + "</failure>\n    </testcase>\n";
             }
-            const std::string message =
-                "expected " + c.expected + ", read " + (c.actual.empty() ? "nothing" : c.actual);
-            x += ">\n      <failure message=\"" + Xml(message) + "\" type=\"compare\">" +
-                 Xml(message) + "</failure>\n    </testcase>\n";
         }
         x += "  </testsuite>\n";
     }
     return x + "</testsuites>\n";
 }
 
-// Where a run stands, on stderr: a bar on a terminal, a line per pass otherwise.
+Json JsonReport(const std::vector<Suite>& suites, const std::string& stopped) {
+    Json scripts = Json::array();
+    for (const Suite& s : suites) {
+        Json rows = Json::array();
+        for (const Case& c : s.cases) {
+            rows.push_back({{"pass", c.pass},
+                            {"line", c.line},
+                            {"address", Utf8(c.address)},
+                            {"register", Utf8(c.reg)},
+                            {"expected", Utf8(c.expected)},
+                            {"actual", Utf8(c.actual)},
+                            {"status", StatusText(c.status)},
+                            {"why", c.why},
+                            {"time", c.seconds}});
+        }
+        scripts.push_back({{"script", Utf8(s.path)},
+                           {"passes", s.passesRun},
+                           {"passed", s.count(Status::Pass)},
+                           {"failed", s.count(Status::Fail)},
+                           {"skipped", s.count(Status::Skipped)},
+                           {"time", s.seconds},
+                           {"rows", rows}});
+    }
+    const Totals all(suites);
+    return {{"scripts", scripts},     {"passed", all.passed}, {"failed", all.failed},
+            {"skipped", all.skipped}, {"time", all.seconds},  {"stopped", stopped}};
+}
+
+std::string ClockText(double seconds) {
+    const long s = static_cast<long>(seconds);
+    char text[32];
+    std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", s / 3600, s / 60 % 60, s % 60);
+    return text;
+}
+
+// Where a run stands, on stderr: one line updated in place on a terminal; redirected, a line
+// per pass only with --verbose.
 class Progress {
 public:
-    Progress() : terminal_(isatty(STDERR_FILENO) != 0) {}
-    void row(const std::string& script, int n, int of) {
-        if (!terminal_ || of <= 0) return;
-        const int width = 30;
-        const int done = std::min(width, n * width / of);
-        std::fprintf(stderr, "\r%s [%s%s] %d/%d", script.c_str(), std::string(done, '#').c_str(),
-                     std::string(width - done, ' ').c_str(), n, of);
+    explicit Progress(const Options& o)
+        : terminal_(isatty(STDERR_FILENO) != 0 && !o.quiet && !o.json), verbose_(o.verbose) {}
+    ~Progress() { clear(); }
+
+    void row(const std::string& script, int pass, int passes, int row, int rows,
+             Clock::time_point started) {
+        if (!terminal_ || rows <= 0) return;
+        const auto now = Clock::now();
+        if (now - lastDrawn_ < std::chrono::milliseconds(100)) return;
+        lastDrawn_ = now;
+        const double elapsed = Seconds(now - started);
+        const double done = (pass - 1) * static_cast<double>(rows) + row;
+        const double left = elapsed / std::max(done, 1.0) * (double(passes) * rows - done);
+        std::fprintf(stderr, "\r%s: pass %d/%d, row %d/%d, %s elapsed, %s left\033[K",
+                     script.c_str(), pass, passes, row, rows, ClockText(elapsed).c_str(),
+                     ClockText(left).c_str());
+        drawn_ = true;
     }
     void pass(const std::string& script, int pass, int passes, int passed, int failed) {
-        if (terminal_) std::fputs("\r\033[K", stderr);
+        if (!verbose_) return;
+        clear();
         std::fprintf(stderr, "%s: pass %d of %d: %d passed, %d failed\n", script.c_str(), pass,
                      passes, passed, failed);
     }
+    void clear() {
+        if (drawn_) std::fputs("\r\033[K", stderr);
+        drawn_ = false;
+    }
 
 private:
-    bool terminal_;
+    bool terminal_, verbose_;
+    bool drawn_ = false;
+    Clock::time_point lastDrawn_{};
 };
+
+// The main part of a loaded script: rows 1 to End Main - 1, or every row.
+int LastMainRow(const ScriptLoad& load) {
+    int last = std::min<int>(load.EndMainLine, static_cast<int>(load.rows.size()));
+    if (last >= 1 && load.rows[last - 1].Operation == "Cmd: End Main") --last;
+    return last;
+}
+
+bool Compares(const ScriptRow& r) {
+    return !r.DataRd.empty() && r.DataRdBytes > 0;
+}
+
+bool TouchesTheBus(const ScriptLoad& load) {
+    for (int n = 1; n <= LastMainRow(load); ++n) {
+        const ScriptRow& r = load.rows[n - 1];
+        if (r.DataWrBytes > 0 || r.DataRdBytes > 0) return true;
+    }
+    return false;
+}
+
+Case RowCase(const std::string& pass, const ScriptRow& r) {
+    Case c;
+    c.pass = pass;
+    c.line = r.Line;
+    c.address = r.I2CAdr;
+    c.reg = r.RegAdr;
+    c.expected = r.DataRd;
+    return c;
+}
+
+// What the engine did with each row of a pass, told by its row hooks and its log.
+class RowWatcher {
+public:
+    RowWatcher(FrmScriptOps& w, ProgramLog& log) : w_(w), log_(log), chained_(log.onEntry) {
+        log_.onEntry = [this](std::string_view text) {
+            if (chained_) chained_(text);
+            note(text);
+        };
+        w_.onRowStarted = [this](int n) {
+            finish();
+            row_ = n;
+            lastStarted_ = std::max(lastStarted_, n);
+            if (onRow) onRow(n);
+        };
+        w_.onCompared = [this](int n, bool ok) {
+            compared_ = true;
+            matched_ = ok;
+            actual_ = w_.cellText(n, kColActRd);
+        };
+    }
+    ~RowWatcher() {
+        w_.onRowStarted = nullptr;
+        w_.onCompared = nullptr;
+        log_.onEntry = chained_;
+    }
+
+    // Before a pass: where its time starts.
+    void startPass(const std::string& pass) {
+        pass_ = pass;
+        lastStarted_ = 0;
+        caseStart_ = Clock::now();
+    }
+    // The cases of the rows finished since the last call.
+    std::vector<Case> take() {
+        finish();
+        return std::move(done_);
+    }
+    int lastStartedRow() const { return lastStarted_; }
+    std::function<void(int row)> onRow;
+
+private:
+    void note(std::string_view text) {
+        static constexpr std::string_view kWrite = "Write Qty Error Script Line ";
+        static constexpr std::string_view kRead = "Read Qty Error Script Line ";
+        const bool write = text.starts_with(kWrite);
+        if (!write && !text.starts_with(kRead)) return;
+        const auto at = text.find_last_of("= :");
+        const std::string count(text.substr(at + 1));
+        (write ? writeAnswer_ : readAnswer_) = std::stoi(count);
+    }
+    void finish() {
+        if (row_ == 0) return;
+        const ScriptRow& r = w_.row(row_);
+        if (compared_ || writeAnswer_ >= 0) {
+            Case c = RowCase(pass_, r);
+            c.actual = actual_;
+            const int writeCount = r.RegAdrBytes + r.DataWrBytes;
+            if (writeAnswer_ >= 0) {
+                c.why = "write acknowledged " + std::to_string(std::max(writeAnswer_ - 1, 0)) +
+                        " of " + std::to_string(writeCount) + " bytes";
+            } else if (readAnswer_ >= 0) {
+                c.why = "read " + std::to_string(readAnswer_) + " of " +
+                        std::to_string(r.DataRdBytes) + " bytes";
+            } else if (!matched_) {
+                c.why =
+                    "expected " + c.expected + ", read " + (actual_.empty() ? "nothing" : actual_);
+            }
+            c.status = c.why.empty() ? Status::Pass : Status::Fail;
+            const auto now = Clock::now();
+            c.seconds = Seconds(now - caseStart_);
+            caseStart_ = now;
+            done_.push_back(std::move(c));
+        }
+        row_ = 0;
+        compared_ = matched_ = false;
+        writeAnswer_ = readAnswer_ = -1;
+        actual_.clear();
+    }
+
+    FrmScriptOps& w_;
+    ProgramLog& log_;
+    std::function<void(std::string_view)> chained_;
+    std::string pass_ = "1";
+    int row_ = 0, lastStarted_ = 0;
+    bool compared_ = false, matched_ = false;
+    int writeAnswer_ = -1, readAnswer_ = -1;
+    std::string actual_;
+    Clock::time_point caseStart_ = Clock::now();
+    std::vector<Case> done_;
+};
+
+void PrintCase(const Case& c, const std::string& script) {
+    std::printf("%s%s %s %s %s %s %s%s\n", script.empty() ? "" : (script + ": ").c_str(),
+                c.line.c_str(), c.address.c_str(), c.reg.empty() ? "-" : c.reg.c_str(),
+                c.expected.empty() ? "-" : c.expected.c_str(),
+                c.actual.empty() ? "-" : c.actual.c_str(), StatusText(c.status),
+                c.status != Status::Pass && c.why.rfind("expected ", 0) != 0
+                    ? (" (" + c.why + ")").c_str()
+                    : "");
+}
+
+// The compared rows from row `from` on, as not run.
+void SkipRows(const ScriptLoad& load, int from, const std::string& pass, const std::string& why,
+              std::vector<Case>& cases) {
+    for (int n = std::max(from, 1); n <= LastMainRow(load); ++n) {
+        if (!Compares(load.rows[n - 1])) continue;
+        Case c = RowCase(pass, load.rows[n - 1]);
+        c.status = Status::Skipped;
+        c.why = why;
+        cases.push_back(std::move(c));
+    }
+}
+
+const char* SignalName(int signal) {
+    return signal == SIGINT ? "SIGINT" : signal == SIGTERM ? "SIGTERM" : "a signal";
+}
 
 }  // namespace
 
 int Show(const Options& o) {
     if (o.words.size() != 2) return Usage("show takes SCRIPT");
-    std::string bytes;
-    if (!ReadFile(o.words[1], bytes)) {
-        std::fprintf(stderr, "i2cbridge-cli: cannot read %s: %s\n", o.words[1].c_str(),
-                     std::strerror(errno));
+    const std::string& path = o.words[1];
+    std::string why;
+    const auto bytes = ReadScriptFile(path, why);
+    if (!bytes) {
+        Complain("cannot read " + path + ": " + why);
         return kExitUsage;
     }
-    const ScriptLoad load =
-        ReadScript(bytes, static_cast<uint8_t>(*StrictHexValue(o.address, 0xFE)));
+    const ScriptLoad load = ReadScript(*bytes, static_cast<uint8_t>(*ParseHex(o.address, 0xFE)));
     if (o.json) {
-        std::string out = "{\"rows\":[";
-        for (std::size_t i = 0; i < load.rows.size(); ++i) {
-            const ScriptRow& r = load.rows[i];
-            out += i ? ",{" : "{";
-            const std::pair<const char*, const std::string*> cells[] = {
-                {"line", &r.Line},           {"i2cAdr", &r.I2CAdr},  {"regAdr", &r.RegAdr},
-                {"dataWr", &r.DataWr},       {"dataRd", &r.DataRd},  {"actRd", &r.ActRd},
-                {"operation", &r.Operation}, {"comment", &r.Comment}};
-            for (const auto& [key, text] : cells) {
-                out += "\"" + std::string(key) + "\":" + JsonString(*text) + ",";
-            }
-            out += "\"regAdrBytes\":" + std::to_string(r.RegAdrBytes) +
-                   ",\"dataWrBytes\":" + std::to_string(r.DataWrBytes) +
-                   ",\"dataRdBytes\":" + std::to_string(r.DataRdBytes) +
-                   ",\"stepDelay\":" + std::to_string(r.StepDelay) + "}";
+        Json rows = Json::array();
+        for (const ScriptRow& r : load.rows) {
+            rows.push_back({{"line", r.Line},
+                            {"i2cAdr", Utf8(r.I2CAdr)},
+                            {"regAdr", Utf8(r.RegAdr)},
+                            {"dataWr", Utf8(r.DataWr)},
+                            {"dataRd", Utf8(r.DataRd)},
+                            {"actRd", Utf8(r.ActRd)},
+                            {"operation", Utf8(r.Operation)},
+                            {"comment", Utf8(r.Comment)},
+                            {"regAdrBytes", r.RegAdrBytes},
+                            {"dataWrBytes", r.DataWrBytes},
+                            {"dataRdBytes", r.DataRdBytes},
+                            {"stepDelay", r.StepDelay}});
         }
-        out += "],\"totalReads\":" + std::to_string(load.TotalReads) +
-               ",\"endMainLine\":" + std::to_string(load.EndMainLine) +
-               ",\"intStartLine\":" + std::to_string(load.IntStartLine) +
-               ",\"intEndLine\":" + std::to_string(load.IntEndLine) + "}\n";
-        std::fputs(out.c_str(), stdout);
+        PrintJson({{"rows", rows},
+                   {"totalReads", load.TotalReads},
+                   {"endMainLine", load.EndMainLine},
+                   {"intStartLine", load.IntStartLine},
+                   {"intEndLine", load.IntEndLine}});
     } else {
         for (const ScriptRow& r : load.rows) {
             std::printf("%s\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n", r.Line.c_str(), r.I2CAdr.c_str(),
@@ -197,96 +441,139 @@ int Show(const Options& o) {
         }
     }
     if (load.truncated) {
-        std::fprintf(stderr, "i2cbridge-cli: %s has %zu lines; only the first %d are rows\n",
-                     o.words[1].c_str(), load.linesInFile, kMaxScriptLines);
+        Complain(path + " has " + std::to_string(load.linesInFile) + " lines; only the first " +
+                 std::to_string(kMaxScriptLines) + " are rows");
     }
     return kExitOk;
 }
 
 int Run(const Options& o) {
     if (o.words.size() < 2) return Usage("run takes SCRIPT...");
-    const std::vector<std::string> scripts(o.words.begin() + 1, o.words.end());
+    std::vector<std::string> scripts;
+    for (auto word = o.words.begin() + 1; word != o.words.end(); ++word) {
+        // A wildcard of several files also matches the records of earlier runs.
+        if (o.words.size() > 2 && IsRecordFile(*word)) {
+            if (!o.quiet) Complain("not running " + *word + ": a record of an earlier run");
+            continue;
+        }
+        scripts.push_back(*word);
+    }
     if (!o.updateExpectedFile.empty() && scripts.size() != 1)
         return Usage("--update-expected takes one script");
     if (o.append && o.updateExpectedFile.empty())
         return Usage("--append goes with --update-expected");
+
+    const uint8_t windowAddress = static_cast<uint8_t>(*ParseHex(o.address, 0xFE));
+    bool nothingToRun = false;
     for (const std::string& path : scripts) {
-        std::string bytes;
-        if (!ReadFile(path, bytes)) {
-            std::fprintf(stderr, "i2cbridge-cli: cannot read %s: %s\n", path.c_str(),
-                         std::strerror(errno));
+        std::string why;
+        const auto bytes = ReadScriptFile(path, why);
+        if (!bytes) {
+            Complain("cannot read " + path + ": " + why);
+            return kExitUsage;
+        }
+        const ScriptLoad load = ReadScript(*bytes, windowAddress);
+        if (load.rows.empty() || !TouchesTheBus(load)) {
+            Complain(path +
+                     (load.rows.empty() ? " is empty" : " has no step that writes or reads") +
+                     ": nothing to run");
+            nothingToRun = true;
+        }
+    }
+    if (!o.recordDir.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(o.recordDir, error);
+        if (error) {
+            Complain("cannot make the record folder " + o.recordDir + ": " + error.message());
             return kExitUsage;
         }
     }
 
     Session session(o);
-    if (!session.setupError().empty()) {
-        std::fprintf(stderr, "i2cbridge-cli: %s\n", session.setupError().c_str());
-        return kExitUsage;
-    }
-    if (!session.open()) return kExitNoBoard;
+    if (const int status = Start(session)) return status;
     session.close();
+    CatchStopSignals();
 
     Workbench& wb = session.wb();
     Program& program = session.program();
     // A script window takes its address from the main window, as when it opens from there.
     program.mainWindow().txtI2CAdr.setText(o.address);
-    Progress progress;
+    Progress progress(o);
     std::vector<Suite> suites;
-    int passed = 0, failed = 0;
-    bool writeFailed = false;
+    bool recordFailed = false, writeFailed = false, stoppedEarly = false;
+    const bool several = scripts.size() > 1;
 
     for (const std::string& path : scripts) {
-        Suite suite{FileName(path), {}, 0};
+        Suite suite{path, {}, 0, 0};
+        const std::string shownName = several ? path : "";
         auto window = program.newScriptWindow();
         FrmScriptOps& w = *window;
         session.dialogs().openChoices.push_back(path);
         w.Form_Load();
+        // The "_DL" records go where --record-dir says; the window keeps them beside the script.
+        if (!o.recordDir.empty()) {
+            w.cdldialog.setFileName((std::filesystem::path(o.recordDir) / FileName(path)).string());
+        }
         w.chkAOF.setChecked(o.abortOnFail);
+        const ScriptLoad& load = w.script;
+        const int mainRows = LastMainRow(load);
+        const auto runStart = Clock::now();
         int pass = 1;
-        std::chrono::steady_clock::time_point rowStart;
-        const auto runStart = std::chrono::steady_clock::now();
-        w.onRowStarted = [&](int n) {
-            rowStart = std::chrono::steady_clock::now();
-            progress.row(suite.name, n, wb.script.EndMainLine);
+        RowWatcher watcher(w, wb.log);
+        watcher.onRow = [&](int n) {
+            progress.row(FileName(path), pass, o.loop, std::min(n, mainRows), mainRows, runStart);
         };
-        w.onCompared = [&](int n, bool ok) {
-            Case c{
-                pass,
-                w.cellText(n, kColLine),
-                w.cellText(n, kColI2CAdr),
-                w.cellText(n, kColRegAdr),
-                w.cellText(n, kColDataRd),
-                w.cellText(n, kColActRd),
-                ok,
-                std::chrono::duration<double>(std::chrono::steady_clock::now() - rowStart).count()};
-            std::printf("%s %s %s %s %s %s\n", c.line.c_str(), c.address.c_str(),
-                        c.reg.empty() ? "-" : c.reg.c_str(), c.expected.c_str(),
-                        c.actual.empty() ? "-" : c.actual.c_str(), ok ? "PASS" : "FAIL");
-            (ok ? passed : failed) += 1;
-            suite.cases.push_back(std::move(c));
-        };
+        const std::size_t boxesBefore = session.dialogs().shown.size();
         // As Loop Cont does: the loop count is what the write-back's stamp shows.
         w.txtLoopCount.setText("0");
-        for (; pass <= o.loop; ++pass) {
-            const int before = failed, passedBefore = passed;
+        for (; pass <= o.loop && StopSignal() == 0 && TouchesTheBus(load); ++pass) {
+            watcher.startPass(std::to_string(pass));
             w.cmdExecAll_Click();
+            std::vector<Case> cases = watcher.take();
             w.txtLoopCount.setText(std::to_string(pass));
-            progress.pass(suite.name, pass, o.loop, passed - passedBefore, failed - before);
+            suite.passesRun = pass;
+            int passed = 0, failed = 0;
+            for (const Case& c : cases) (c.status == Status::Pass ? passed : failed) += 1;
+            progress.pass(FileName(path), pass, o.loop, passed, failed);
+            if (wb.script.AbortRequested) {
+                const std::string why = StopSignal()
+                                            ? std::string("stopped by ") + SignalName(StopSignal())
+                                            : "the run was aborted";
+                SkipRows(load, watcher.lastStartedRow() + 1, std::to_string(pass), why, cases);
+            }
+            progress.clear();
+            if (!o.quiet && !o.json) {
+                for (const Case& c : cases) PrintCase(c, shownName);
+            }
+            suite.cases.insert(suite.cases.end(), cases.begin(), cases.end());
             if (wb.script.AbortRequested) break;
         }
-        suite.seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - runStart).count();
-        w.onRowStarted = nullptr;
-        w.onCompared = nullptr;
+        // Passes that never started, one skipped case a row for all of them.
+        const int firstNotRun = suite.passesRun + 1;
+        if (firstNotRun <= o.loop && TouchesTheBus(load)) {
+            stoppedEarly = true;
+            const std::string passes = firstNotRun == o.loop ? std::to_string(o.loop)
+                                                             : std::to_string(firstNotRun) +
+                                                                   " to " + std::to_string(o.loop);
+            std::vector<Case> cases;
+            SkipRows(load, 1, passes,
+                     (firstNotRun == o.loop ? "pass " : "passes ") + passes + " not run", cases);
+            if (!o.quiet && !o.json) {
+                for (const Case& c : cases) PrintCase(c, shownName);
+            }
+            suite.cases.insert(suite.cases.end(), cases.begin(), cases.end());
+        }
+        suite.seconds = Seconds(Clock::now() - runStart);
+        for (std::size_t i = boxesBefore; i < session.dialogs().shown.size(); ++i) {
+            recordFailed =
+                recordFailed || session.dialogs().shown[i].rfind("Script not written to ", 0) == 0;
+        }
         if (!o.updateExpectedFile.empty()) {
-            const std::string before = w.Label18.caption();
+            const std::size_t before = session.dialogs().shown.size();
             w.txtFilePath.setText(o.updateExpectedFile);
             w.chkAppend.setChecked(o.append);
-            w.Label18.setCaption("");
             w.cmdStartRec_Click();
-            // The label tells of a write that went through; a failure left a message.
-            writeFailed = writeFailed || w.Label18.caption().empty();
+            writeFailed = writeFailed || session.dialogs().shown.size() != before;
         }
         program.closeScriptWindow(w);
         suites.push_back(std::move(suite));
@@ -294,14 +581,25 @@ int Run(const Options& o) {
 
     if (!o.junitFile.empty()) {
         if (auto failure = WriteFileAtomically(o.junitFile, JUnit(suites))) {
-            std::fprintf(stderr, "i2cbridge-cli: cannot write %s: %s\n", o.junitFile.c_str(),
-                         failure->c_str());
+            Complain("cannot write " + o.junitFile + ": " + *failure);
             writeFailed = true;
         }
     }
-    std::printf("%d passed, %d failed\n", passed, failed);
+    progress.clear();
+    const int signal = StopSignal();
+    if (signal) Complain(std::string("stopped by ") + SignalName(signal));
+    const Totals all(suites);
+    if (o.json) {
+        PrintJson(JsonReport(suites, signal ? SignalName(signal) : stoppedEarly ? "aborted" : ""));
+    } else {
+        std::printf("%s\n", all.line().c_str());
+    }
+    std::fflush(stdout);
+    if (signal) return kExitSignalBase + signal;
     if (writeFailed) return kExitUsage;
-    return failed > 0 ? kExitFailed : kExitOk;
+    const bool green =
+        all.failed == 0 && all.skipped == 0 && !stoppedEarly && !nothingToRun && !recordFailed;
+    return green ? kExitOk : kExitFailed;
 }
 
 }  // namespace i2cbridge::cli
