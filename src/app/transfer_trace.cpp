@@ -2,6 +2,7 @@
 
 #include <pcap/pcap.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 
@@ -11,9 +12,14 @@ namespace i2cbridge {
 
 namespace {
 
+// The extension in any case: "x.PCAP" is a capture too.
 bool EndsWith(const std::string& s, const char* tail) {
     const std::size_t n = std::strlen(tail);
-    return s.size() >= n && s.compare(s.size() - n, n, tail) == 0;
+    if (s.size() < n) return false;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (std::tolower(static_cast<unsigned char>(s[s.size() - n + i])) != tail[i]) return false;
+    }
+    return true;
 }
 
 // The record Linux's usbmon gives a capture for each URB event, 64 bytes in host order.

@@ -161,6 +161,13 @@ void CatchStopSignals() {
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    // A shell starts background jobs with SIGINT ignored, and a parent may have left the
+    // signals blocked: a CI runner's stop must still reach the run.
+    sigset_t stops;
+    sigemptyset(&stops);
+    sigaddset(&stops, SIGINT);
+    sigaddset(&stops, SIGTERM);
+    sigprocmask(SIG_UNBLOCK, &stops, nullptr);
 }
 
 // The box's text as a warning, without the box's button: nobody clicked it.
@@ -291,6 +298,8 @@ using namespace i2cbridge;
 using namespace i2cbridge::cli;
 
 int main(int argc, char** argv) {
+    // Result lines and warnings keep their order when both streams go to one file.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const std::vector<std::string> args(argv + 1, argv + argc);
     const ParsedArguments parsed = ParseArguments(args, kCliProgram);
     if (!parsed.error.empty()) return Usage(parsed.error);

@@ -336,6 +336,13 @@ private:
     void finish() {
         if (row_ == 0) return;
         const ScriptRow& r = w_.row(row_);
+        // A row that should have compared and did not (an illegal address, a frame too long)
+        // is a test that did not happen.
+        if (Compares(r) && !compared_ && writeAnswer_ < 0) {
+            compared_ = true;
+            matched_ = false;
+            notRun_ = true;
+        }
         if (compared_ || writeAnswer_ >= 0) {
             Case c = RowCase(pass_, r);
             c.actual = actual_;
@@ -346,6 +353,8 @@ private:
             } else if (readAnswer_ >= 0) {
                 c.why = "read " + std::to_string(readAnswer_) + " of " +
                         std::to_string(r.DataRdBytes) + " bytes";
+            } else if (notRun_) {
+                c.why = "not compared: the row was not sent";
             } else if (!matched_) {
                 c.why =
                     "expected " + c.expected + ", read " + (actual_.empty() ? "nothing" : actual_);
@@ -357,7 +366,7 @@ private:
             done_.push_back(std::move(c));
         }
         row_ = 0;
-        compared_ = matched_ = false;
+        compared_ = matched_ = notRun_ = false;
         writeAnswer_ = readAnswer_ = -1;
         actual_.clear();
     }
@@ -367,7 +376,7 @@ private:
     std::function<void(std::string_view)> chained_;
     std::string pass_ = "1";
     int row_ = 0, lastStarted_ = 0;
-    bool compared_ = false, matched_ = false;
+    bool compared_ = false, matched_ = false, notRun_ = false;
     int writeAnswer_ = -1, readAnswer_ = -1;
     std::string actual_;
     Clock::time_point caseStart_ = Clock::now();

@@ -1,14 +1,21 @@
-// The command-line program as a process against the built-in board: what it prints, the files
-// it writes and the exit status a test station acts on. The JUnit report is checked against a
-// schema with xmllint and the capture read back with tshark, as a CI server and Wireshark would.
+// The command-line program as a process against the built-in board: the exit status and the
+// last line a test station acts on, the JSON, JUnit and capture files other tools read back
+// (json.tool, xmllint with the schema, junitparser, tshark), and the option table against the
+// manual pages.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
 #include <string>
 
+#include "app/command_line.h"
 #include "support/temp_dir.h"
 
 namespace i2cbridge::testing {
@@ -16,13 +23,31 @@ namespace {
 
 struct Outcome {
     int status;
-    std::string out;
+    std::string out;  // stdout and stderr together
+    std::string last() const {
+        std::string text = out;
+        while (!text.empty() && text.back() == '\n') text.pop_back();
+        return text.substr(text.rfind('\n') + 1);
+    }
 };
 
-// Runs a shell command line; stderr is dropped.
-Outcome Shell(const std::string& command) {
+// Runs a bash snippet in `dir` with `cli` (and $CLI) standing for the program and `junit FILE`
+// printing "tests failures errors skipped time-of-the-first-case" of a report the schema accepts,
+// as junitparser reads it. A pipeline fails when any of its commands fails.
+Outcome Bash(const std::string& dir, const std::string& snippet) {
+    const char* under = std::getenv("I2CB_CLI_UNDER_TEST");  // another build, such as main's
+    const std::string prelude =
+        "set -o pipefail; cd '" + dir + "' || exit 99; CLI='" +
+        std::string(under ? under : I2CB_CLI_PATH) +
+        "'; cli() { \"$CLI\" \"$@\"; }; junit() { xmllint --noout --schema '" + I2CB_SOURCE_DIR +
+        "/tests/cli/junit.xsd' \"$1\" 2>/dev/null && /usr/bin/python3 -c '"
+        "import sys, junitparser\n"
+        "x = junitparser.JUnitXml.fromfile(sys.argv[1])\n"
+        "case = next(iter(next(iter(x))))\n"
+        "print(x.tests, x.failures, x.errors, x.skipped, round(case.time, 1))' \"$1\"; }\n";
+    std::ofstream(dir + "/snippet.sh") << prelude << snippet << "\n";
     Outcome outcome{-1, {}};
-    FILE* pipe = popen((command + " 2>/dev/null").c_str(), "r");
+    FILE* pipe = popen(("bash '" + dir + "/snippet.sh' 2>&1").c_str(), "r");
     if (!pipe) return outcome;
     std::array<char, 512> chunk{};
     while (std::fgets(chunk.data(), chunk.size(), pipe)) outcome.out += chunk.data();
@@ -31,157 +56,190 @@ Outcome Shell(const std::string& command) {
     return outcome;
 }
 
-Outcome Cli(const std::string& args) {
-    return Shell(std::string(I2CB_CLI_PATH) + " " + args);
-}
-
-std::string Example(const char* name) {
-    return std::string(I2CB_EXAMPLES_DIR) + "/" + name;
-}
-
-TEST(Cli, ReadsTheIdentifierRegisterOfTheBuiltInDevice) {
-    EXPECT_EQ(Cli("read 60 02 --simulate").out, "5A\n");
-    EXPECT_EQ(Cli("read 60 02 --simulate --json").out,
-              "{\"address\":\"60\",\"register\":\"02\",\"count\":1,\"read\":1,\"data\":\"5A\"}\n");
-}
-
-TEST(Cli, ExitStatusTellsWhatHappened) {
-    TempDir dir;
-    WriteBytes(dir.file("fails.txt"), "02,,5A\r\n03,,77\r\n");
-    const std::string fails = dir.file("fails.txt");
-    struct Case {
-        std::string args;
-        int status;
-    };
-    const Case cases[] = {
-        {"write 60 10 AA --simulate", 0},
-        {"write A0 0010 AA 55 --simulate", 0},
-        {"read 62 00 --simulate", 1},  // nobody answers at 62
-        {"write 62 00 11 --simulate", 1},
-        {"dump 62 --simulate", 1},
-        {"run " + Example("register_test.txt") + " --simulate", 0},
-        {"run " + fails + " --simulate", 1},
-        {"run " + fails + " " + dir.file("missing.txt") + " --simulate", 2},
-        {"run --simulate", 2},
-        {"read 60 --simulate", 2},     // no register
-        {"read 6G 02 --simulate", 2},  // not hexadecimal
-        {"read 60 02 256 --simulate", 2},
-        {"scan --simulate --expect 4G", 2},
-        {"frobnicate --simulate", 2},
-        {"read 60 02 --simulate --bogus", 2},
-        {"read 60 02 --simulate --log " + dir.file("no/such/folder/log"), 2},
-        {"", 2},
-        {"read 60 02 --simulate --vid 1234 --pid 5678", 0},  // the built-in board answers any
-        {"read 60 02 --vid 1234 --pid 5678", 3},             // no such board on USB
-        {"run " + fails + " --vid 1234 --pid 5678", 3},
-    };
-    for (const Case& c : cases) EXPECT_EQ(Cli(c.args).status, c.status) << c.args;
-}
-
-TEST(Cli, RunPrintsEveryCompareAndTheVerdictLast) {
-    TempDir dir;
-    WriteBytes(dir.file("t.txt"), "# t\r\n02,,5A # id\r\n`A60\r\n03,,77\r\n");
-    const Outcome run = Cli("run " + dir.file("t.txt") + " --simulate --loop 2");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out,
-              "002 60 02 5A 5A PASS\n004 60 03 77 00 FAIL\n"
-              "002 60 02 5A 5A PASS\n004 60 03 77 00 FAIL\n2 passed, 2 failed\n");
-    // Abort on fail ends the pass and, as Loop Cont, the loop.
-    EXPECT_EQ(Cli("run " + dir.file("t.txt") + " --simulate --loop 2 --abort-on-fail").out,
-              "002 60 02 5A 5A PASS\n004 60 03 77 00 FAIL\n1 passed, 1 failed\n");
-}
-
-TEST(Cli, ExamplesRunGreen) {
-    const Outcome run =
-        Cli("run " + Example("register_test.txt") + " " + Example("memory_test.txt") + " " +
-            Example("gpio_walk.txt") + " " + Example("delay_endmain.txt") + " --simulate");
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.out.find(" 0 failed\n"), std::string::npos);
-}
-
-TEST(Cli, JUnitReportPassesTheSchemaAndNamesEachFailure) {
-    TempDir dir;
-    WriteBytes(dir.file("t.txt"), "02,,5A\r\n03,,77\r\n");
-    const std::string junit = dir.file("report.xml");
-    Cli("run " + dir.file("t.txt") + " " + Example("memory_test.txt") + " --simulate --junit " +
-        junit);
-    EXPECT_EQ(
-        Shell("xmllint --noout --schema " + std::string(I2CB_JUNIT_SCHEMA) + " " + junit).status,
-        0);
-    const std::string xml = ReadBytes(junit);
-    EXPECT_NE(xml.find("<testsuites name=\"i2cbridge-cli\" tests=\"5\" failures=\"1\""),
-              std::string::npos);
-    EXPECT_NE(xml.find("<testsuite name=\"t.txt\" tests=\"2\" failures=\"1\""), std::string::npos);
-    EXPECT_NE(xml.find("<failure message=\"expected 77, read 00\""), std::string::npos);
-}
-
-TEST(Cli, UpdateExpectedWritesTheDataRead) {
-    TempDir dir;
-    WriteBytes(dir.file("t.txt"), "03,,77 # stale\r\n");
-    const std::string out = dir.file("new.txt");
-    EXPECT_EQ(Cli("run " + dir.file("t.txt") + " --simulate --update-expected " + out).status, 1);
-    const std::string written = ReadBytes(out);
-    EXPECT_EQ(written.substr(0, 6), "03,,00");
-    EXPECT_NE(written.find(" # stale# AutoUpdated: "), std::string::npos);
-    EXPECT_EQ(Cli("run " + out + " --simulate").status, 0);
-}
-
-TEST(Cli, ScanFindsExactlyTheSimulatedDevices) {
-    EXPECT_EQ(Cli("scan --simulate --json").out, "{\"found\":[\"40\",\"60\",\"A0\"]}\n");
-    EXPECT_EQ(Cli("scan --simulate --expect 40,60,A0").status, 0);
-    EXPECT_EQ(Cli("scan --simulate --expect 60,A0").status, 1);
-    const Outcome grid = Cli("scan --simulate");
-    EXPECT_NE(grid.out.find("\n30: 30 -- --"), std::string::npos);
-    EXPECT_NE(grid.out.find("Write addresses: 40 60 A0\n"), std::string::npos);
-}
-
-TEST(Cli, ShowPrintsTheGridRows) {
-    TempDir dir;
-    WriteBytes(dir.file("t.txt"), "01,,3c  # id\r\n`A88\r\n");
-    EXPECT_EQ(Cli("show " + dir.file("t.txt") + " --address 3C").out,
-              "001\t3C\t01\t\t3C\t--\t Reg:1 R:1\t# id\n002\t88\t\t\t\t\tCmd:Set I2C Adr\t\n");
-    EXPECT_EQ(
-        Cli("show " + dir.file("t.txt") + " --json").out,
-        "{\"rows\":[{\"line\":\"001\",\"i2cAdr\":\"60\",\"regAdr\":\"01\",\"dataWr\":\"\","
-        "\"dataRd\":\"3C\",\"actRd\":\"--\",\"operation\":\" Reg:1 R:1\",\"comment\":\"# id\","
-        "\"regAdrBytes\":1,\"dataWrBytes\":0,\"dataRdBytes\":1,\"stepDelay\":0},"
-        "{\"line\":\"002\",\"i2cAdr\":\"88\",\"regAdr\":\"\",\"dataWr\":\"\",\"dataRd\":\"\","
-        "\"actRd\":\"\",\"operation\":\"Cmd:Set I2C Adr\",\"comment\":\"\",\"regAdrBytes\":0,"
-        "\"dataWrBytes\":0,\"dataRdBytes\":0,\"stepDelay\":0}],\"totalReads\":1,"
-        "\"endMainLine\":2,\"intStartLine\":0,\"intEndLine\":0}\n");
-}
-
-TEST(Cli, GpioWritesAndReadsBack) {
-    EXPECT_EQ(Cli("gpio --simulate --enables FFFF 5AA5").out,
-              "port B 5A  port C A5  enables B FF  C FF\n");
-    EXPECT_EQ(Cli("gpio --simulate --json").out, "{\"portB\":\"FF\",\"portC\":\"FF\"}\n");
-}
-
-TEST(Cli, TraceShowsTheFramesAndTsharkReadsTheCapture) {
-    TempDir dir;
-    Cli("read 60 02 --simulate --trace " + dir.file("t.txt"));
-    const std::string text = ReadBytes(dir.file("t.txt"));
-    EXPECT_NE(text.find(" OUT 02 3/3 0 01 61 02\n"), std::string::npos) << text;
-    EXPECT_NE(text.find(" IN  82 2/2 0 01 5A\n"), std::string::npos) << text;
-
-    Cli("read 60 02 --simulate --trace " + dir.file("t.pcap"));
-    const Outcome fields = Shell("tshark -r " + dir.file("t.pcap") +
-                                 " -T fields -e usb.endpoint_address -e usb.urb_type");
-    ASSERT_EQ(fields.status, 0);
-    EXPECT_NE(fields.out.find("0x02\t'S'"), std::string::npos) << fields.out;
-    EXPECT_NE(fields.out.find("0x82\t'C'"), std::string::npos) << fields.out;
-}
-
-TEST(Cli, HelpAndVersionPrintAndSucceed) {
-    for (const char* flag : {"--help", "-h"}) {
-        const Outcome run = Cli(flag);
-        EXPECT_EQ(run.status, 0);
-        EXPECT_NE(run.out.find("run SCRIPT..."), std::string::npos);
+class Cli : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const std::pair<const char*, const char*> files[] = {
+            {"t.txt", "02,,5A\r\n03,,77\r\n"},
+            {"pass.txt", "02,,5A\r\n"},
+            {"absent_write.txt", "`A62\r\n10,AA\r\n"},
+            {"absent_read.txt", "`A62\r\n10,,00\r\n"},
+            {"empty.txt", ""},
+            {"nobus.txt", "# nothing but a comment\r\n`w1\r\n"},
+            {"pause.txt", "02,,5A\r\n`w\r\n02,,5A\r\n"},
+            {"ff.txt", "`AFF\r\n02,,5A\r\n"},
+            {"delay.txt", "`w200\r\n02,,5A\r\n"},
+            {"s.txt", "02,,5A\r\n`S\r\n"},
+            {"s_DL.txt", "03,,77\r\n"},  // a record of an earlier run, which would fail
+        };
+        for (const auto& [name, text] : files) WriteBytes(dir.file(name), text);
+        std::filesystem::create_directories(dir.file("blocked/s_DL.txt"));
     }
-    for (const char* flag : {"--version", "-v"}) {
-        const Outcome run = Cli(flag);
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.out.rfind("i2cbridge-cli ", 0), 0u);
+    TempDir dir;
+};
+
+// One row a point: the snippet, its exit status and the last line it prints.
+TEST_F(Cli, EveryPointShowsInTheStatusAndTheLastLine) {
+    struct Row {
+        const char* point;
+        std::string snippet;
+        int status;
+        std::string last;
+    };
+    const Row rows[] = {
+        // A device that does not answer fails the run.
+        {"1", "cli run absent_write.txt --simulate", 1, "0 passed, 1 failed, 0 skipped"},
+        {"1", "cli run absent_read.txt --simulate | sed -n 1p", 1,
+         "002 62 10 00 00 FAIL (read 0 of 1 bytes)"},
+        // Nothing to run is not a pass.
+        {"2", "cli run . --simulate", 2, "i2cbridge-cli: cannot read .: Is a directory"},
+        {"2", "cli show .", 2, "i2cbridge-cli: cannot read .: Is a directory"},
+        {"2", "cli run empty.txt --simulate", 1, "0 passed, 0 failed, 0 skipped"},
+        {"2", "cli run nobus.txt --simulate 2>&1 | sed -n 1p", 1,
+         "i2cbridge-cli: nobus.txt has no step that writes or reads: nothing to run"},
+        // An aborted run is not a pass.
+        {"3", "cli run t.txt --simulate --loop 3 --abort-on-fail", 1,
+         "1 passed, 1 failed, 2 skipped"},
+        {"3", "cli run pause.txt --simulate --pause abort", 1, "1 passed, 0 failed, 1 skipped"},
+        {"3", "cli run t.txt --simulate --loop 2 --abort-on-fail --junit j.xml; junit j.xml", 0,
+         "4 1 0 2 0.0"},
+        // Records go to --record-dir, their failure fails the run, a wildcard skips them.
+        {"5", "cli run s.txt --simulate --record-dir rec >/dev/null && ls rec", 0, "s_DL.txt"},
+        {"5", "cli run s.txt --simulate --record-dir blocked 2>&1 | sed -n 1p", 1,
+         "i2cbridge-cli: Script not written to blocked/s_DL.txt: Is a directory"},
+        {"5", "cli run s.txt s_DL.txt --simulate --record-dir rec", 0,
+         "1 passed, 0 failed, 0 skipped"},
+        // run --json is one document; every command's JSON reads back.
+        {"7",
+         "cli run t.txt --simulate --json | /usr/bin/python3 -c 'import json, sys; "
+         "d = json.load(sys.stdin); print(d[\"failed\"], "
+         "d[\"scripts\"][0][\"rows\"][1][\"actual\"])'",
+         1, "1 00"},
+        {"7",
+         "for c in 'read 60 02 --simulate' 'write 60 10 AA --simulate' 'dump 60 --simulate' "
+         "'scan --simulate' 'gpio --simulate' 'show t.txt' 'run pass.txt --simulate'; do "
+         "cli $c --json | /usr/bin/python3 -m json.tool >/dev/null || exit 9; done; echo valid",
+         0, "valid"},
+        // With several scripts, each result line names its script.
+        {"8", "cli run t.txt pass.txt --simulate | sed -n 3p", 1, "pass.txt: 001 60 02 5A 5A PASS"},
+        // Redirected, stderr stays quiet unless --verbose.
+        {"9", "cli run t.txt --simulate --loop 3 2>&1 >/dev/null | wc -l", 1, "0"},
+        {"9",
+         "cli run absent_write.txt --simulate --verbose 2>&1 >/dev/null | grep -c 'log: Write'", 1,
+         "1"},
+        // JUnit times cover the delay before a compare.
+        {"10", "cli run delay.txt --simulate --junit d.xml >/dev/null; junit d.xml", 0,
+         "1 0 0 0 0.2"},
+        // No board, trace by extension, messages as warnings.
+        {"11", "cli read 60 02 --vid 1234 --pid 5678 2>&1 | sed -n 1p", 3,
+         "i2cbridge-cli: no board found (vendor 1234, product 5678)"},
+        {"11",
+         "cli read 60 02 --simulate --trace x.PCAP && tshark -r x.PCAP -T fields -e "
+         "usb.endpoint_address | sed -n 1p",
+         0, "0x02"},
+        {"11", "cli run ff.txt --simulate 2>&1 | sed -n 1p", 1,
+         "i2cbridge-cli: Illegal I2C address Script Row 1 Value = FF"},
+        // One option table.
+        {"13", "cli read 60 02 --junit x.xml", 2,
+         "i2cbridge-cli: --junit does not apply to read (try --help)"},
+        {"13", "cli read 60 02 --simulate --vid=0x0547 -q", 0, "5A"},
+        {"13", "cli -V | cut -d' ' -f1", 0, "i2cbridge-cli"},
+        {"13", "cli read 60 --simulate 2>&1 | wc -l", 2, "1"},
+        // Addresses.
+        {"14", "cli read 0x60 0x02 --simulate && cli read 30 02 -7 --simulate", 0, "5A"},
+        {"14", "cli read 61 02 --simulate", 2,
+         "i2cbridge-cli: ADDR 61 is a read address; give the write address 60, or the 7-bit "
+         "address 30 with -7 (try --help)"},
+        {"14", "cli dump 60 --simulate | sed -n 2p", 0,
+         "00: 00 00 5A 00 00 00 00 00 00 00 00 00 00 00 00 00    ..Z............."},
+        // What worked before and must keep working.
+        {"-", "cli run t.txt --simulate --update-expected new.txt; cli run new.txt --simulate", 0,
+         "2 passed, 0 failed, 0 skipped"},
+        {"-", "cli run missing.txt --simulate", 2,
+         "i2cbridge-cli: cannot read missing.txt: No such file or directory"},
+        {"-", "cli scan --simulate --expect 40,60,A0", 0, "Write addresses: 40 60 A0"},
+        {"-", "cli scan --simulate --expect 60,A0", 1,
+         "i2cbridge-cli: expected 60 A0, found 40 60 A0"},
+        {"-", "cli gpio --simulate --enables FFFF 5AA5", 0,
+         "port B 5A  port C A5  enables B FF  C FF"},
+        {"-", "cli show t.txt --address 3C | sed -n 1p", 0, "001\t3C\t02\t\t5A\t--\t Reg:1 R:1\t"},
+        {"-", "cli read 60 02 --simulate --trace t.log && grep -c ' OUT 02 3/3 0 01 61 02$' t.log",
+         0, "1"},
+    };
+    for (const Row& row : rows) {
+        const Outcome outcome = Bash(dir.path().string(), row.snippet);
+        EXPECT_EQ(outcome.status, row.status) << row.point << ": " << row.snippet << "\n"
+                                              << outcome.out;
+        EXPECT_EQ(outcome.last(), row.last) << row.point << ": " << row.snippet;
+    }
+}
+
+// A CI job that times out: the run stops after its row and keeps what it has.
+TEST_F(Cli, InterruptedRunReportsWhatItHas) {
+    const Outcome outcome =
+        Bash(dir.path().string(),
+             "\"$CLI\" run pass.txt --simulate --loop 100000 --junit sig.xml >out.txt 2>&1 "
+             "& sleep 1; kill -INT $!; wait $!; echo $?; tail -1 out.txt; "
+             "junit sig.xml");
+    std::istringstream lines(outcome.out);
+    std::string status, summary, counts;
+    std::getline(lines, status);
+    std::getline(lines, summary);
+    std::getline(lines, counts);
+    EXPECT_EQ(status, "130") << outcome.out;
+    EXPECT_TRUE(std::regex_match(summary, std::regex("[1-9][0-9]* passed, 0 failed, 1 skipped")))
+        << summary;
+    EXPECT_TRUE(std::regex_match(counts, std::regex("[1-9][0-9]* 0 0 1 0.0"))) << counts;
+}
+
+// Every example of the README runs as written (in a copy of the examples), and its CI job
+// twice in a row gives the same green output.
+TEST_F(Cli, ReadmeExamplesRunAsWritten) {
+    std::ifstream readme(std::string(I2CB_SOURCE_DIR) + "/README.md");
+    std::string line, commands, ciJob;
+    while (std::getline(readme, line)) {
+        if (line.rfind("    build/i2cbridge-cli ", 0) == 0) {
+            const std::string command = line.substr(23, line.find(" #") - 23);
+            commands += "cli" + command + " >/dev/null || echo failed: " + command + "\n";
+        }
+        if (const auto at = line.find("- i2cbridge-cli run "); at != std::string::npos) {
+            ciJob = "cli" + line.substr(at + 15);
+        }
+    }
+    ASSERT_FALSE(commands.empty());
+    ASSERT_FALSE(ciJob.empty());
+    const std::string copy = "cp -r '" + std::string(I2CB_SOURCE_DIR) +
+                             "/examples' . && mkdir -p tests && cp examples/*.txt tests/\n";
+    EXPECT_EQ(Bash(dir.path().string(), copy + commands + "echo done").out, "done\n");
+    // The job runs on a station with the board; here the built-in board stands in for it.
+    const Outcome first = Bash(dir.path().string(), ciJob + " --simulate");
+    const Outcome second = Bash(dir.path().string(), ciJob + " --simulate");
+    EXPECT_EQ(first.status, 0) << first.out;
+    EXPECT_EQ(second.status, 0) << second.out;
+    EXPECT_EQ(first.out, second.out);
+}
+
+// The manual pages list exactly the options of the table, program by program.
+TEST(CliOptions, ManualPagesListTheTableOptions) {
+    for (const auto& [page, program] :
+         {std::pair{"i2cbridge.1", kWindowProgram}, std::pair{"i2cbridge-cli.1", kCliProgram}}) {
+        std::ifstream in(std::string(I2CB_SOURCE_DIR) + "/packaging/" + page);
+        std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        text = std::regex_replace(text, std::regex(R"(\\-)"), "-");
+        const auto begin = text.find(".SH OPTIONS"), end = text.find(".SH", begin + 1);
+        ASSERT_NE(begin, std::string::npos) << page;
+        const std::string options = text.substr(begin, end - begin);
+        std::set<std::string> listed, table;
+        const std::regex option(R"((^|[\s,])(--[a-z0-9][a-z0-9-]*|-[A-Za-z0-9])\b)");
+        for (std::sregex_iterator m(options.begin(), options.end(), option), none; m != none; ++m) {
+            listed.insert((*m)[2]);
+        }
+        for (const OptionSpec& spec : OptionTable()) {
+            if (!(spec.programs & program)) continue;
+            table.insert(spec.name);
+            for (const char c : spec.shorts) table.insert(std::string("-") + c);
+        }
+        EXPECT_EQ(listed, table) << page;
     }
 }
 
