@@ -244,49 +244,44 @@ int Run(const Options& o) {
         w.Form_Load();
         w.chkAOF.setChecked(o.abortOnFail);
         int pass = 1;
-        std::chrono::steady_clock::time_point rowStart;
         const auto runStart = std::chrono::steady_clock::now();
-        w.onRowStarted = [&](int n) {
-            rowStart = std::chrono::steady_clock::now();
-            progress.row(suite.name, n, wb.script.EndMainLine);
-        };
-        w.onCompared = [&](int n, bool ok) {
-            Case c{
-                pass,
-                w.cellText(n, kColLine),
-                w.cellText(n, kColI2CAdr),
-                w.cellText(n, kColRegAdr),
-                w.cellText(n, kColDataRd),
-                w.cellText(n, kColActRd),
-                ok,
-                std::chrono::duration<double>(std::chrono::steady_clock::now() - rowStart).count()};
+        w.onRowStarted = [&](int n) { progress.row(suite.name, n, wb.script.EndMainLine); };
+        w.onRowDone = [&](const RowOutcome& r) {
+            if (!r.compare) return;
+            const bool ok = r.compare->passed;
+            Case c{pass,
+                   r.line,
+                   r.address,
+                   r.reg,
+                   r.compare->expected,
+                   r.compare->actual,
+                   ok,
+                   std::chrono::duration<double>(r.time).count()};
             std::printf("%s %s %s %s %s %s\n", c.line.c_str(), c.address.c_str(),
                         c.reg.empty() ? "-" : c.reg.c_str(), c.expected.c_str(),
                         c.actual.empty() ? "-" : c.actual.c_str(), ok ? "PASS" : "FAIL");
             (ok ? passed : failed) += 1;
             suite.cases.push_back(std::move(c));
         };
-        // As Loop Cont does: the loop count is what the write-back's stamp shows.
-        w.txtLoopCount.setText("0");
-        for (; pass <= o.loop; ++pass) {
-            const int before = failed, passedBefore = passed;
-            w.cmdExecAll_Click();
-            w.txtLoopCount.setText(std::to_string(pass));
-            progress.pass(suite.name, pass, o.loop, passed - passedBefore, failed - before);
-            if (wb.script.AbortRequested) break;
-        }
+        // Loop Cont with a number of passes: the loop count is what the write-back's stamp shows.
+        int passedBefore = passed, failedBefore = failed;
+        LoopRequest request;
+        request.maxPasses = o.loop;
+        request.onPass = [&](const PassOutcome&) {
+            progress.pass(suite.name, pass, o.loop, passed - passedBefore, failed - failedBefore);
+            passedBefore = passed;
+            failedBefore = failed;
+            ++pass;
+        };
+        w.RunLoop(request);
         suite.seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - runStart).count();
         w.onRowStarted = nullptr;
-        w.onCompared = nullptr;
+        w.onRowDone = nullptr;
         if (!o.updateExpectedFile.empty()) {
-            const std::string before = w.Label18.caption();
             w.txtFilePath.setText(o.updateExpectedFile);
             w.chkAppend.setChecked(o.append);
-            w.Label18.setCaption("");
-            w.cmdStartRec_Click();
-            // The label tells of a write that went through; a failure left a message.
-            writeFailed = writeFailed || w.Label18.caption().empty();
+            writeFailed = writeFailed || !w.cmdStartRec_Click().written;
         }
         program.closeScriptWindow(w);
         suites.push_back(std::move(suite));
