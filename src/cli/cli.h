@@ -3,6 +3,7 @@
 // The command-line program's pieces: its options, a session on the board (the same core as
 // the window, with headless ports), and its commands.
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <functional>
@@ -54,8 +55,10 @@ int Usage(const std::string& error);
 // Any other error, warning or hint: "i2cbridge-cli: " and the text, on stderr.
 void Complain(const std::string& text);
 
-// The signal that asked the program to stop (SIGINT, SIGTERM), 0 while none did.
+// The signal that asked the program to stop (SIGINT, SIGTERM), 0 while none did, and the
+// stop request it sets, which a run sees after its current row.
 int StopSignal();
+const std::atomic<bool>& StopRequest();
 // From now on SIGINT and SIGTERM ask the program to stop instead of ending it.
 void CatchStopSignals();
 
@@ -64,16 +67,6 @@ class SessionDialogs : public HeadlessDialogs {
 public:
     SessionDialogs() : HeadlessDialogs(stderr) {}
     Answer messageBox(const std::string& text, const std::string& title, Buttons buttons) override;
-    std::vector<std::string> shown;  // every text shown, for the caller to judge
-};
-
-// A yield delivers the board's events and, once a stop signal came, asks the run to stop
-// after its row.
-class SessionPump : public HeadlessPump {
-public:
-    using HeadlessPump::HeadlessPump;
-    void yield() override;
-    std::function<void()> onStopRequested;
 };
 
 // The board and the core for one command. The program log goes to --log FILE, and to stderr
@@ -93,12 +86,11 @@ public:
     Workbench& wb() { return wb_; }
     Program& program() { return program_; }
     SessionDialogs& dialogs() { return dialogs_; }
-    SessionPump& pump() { return pump_; }
 
 private:
     const Options& options_;
     BoardChoice board_;
-    SessionPump pump_;
+    HeadlessPump pump_;
     SessionDialogs dialogs_;
     Workbench wb_;
     Program program_;

@@ -19,9 +19,12 @@ namespace i2cbridge::cli {
 namespace {
 
 volatile std::sig_atomic_t gStopSignal = 0;
+std::atomic<bool> gStopRequest{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
 
 extern "C" void OnStopSignal(int signal) {
     gStopSignal = signal;
+    gStopRequest.store(true);
 }
 
 std::string CliUsageText() {
@@ -155,6 +158,10 @@ int StopSignal() {
     return gStopSignal;
 }
 
+const std::atomic<bool>& StopRequest() {
+    return gStopRequest;
+}
+
 void CatchStopSignals() {
     struct sigaction action {};
     action.sa_handler = OnStopSignal;
@@ -174,18 +181,12 @@ void CatchStopSignals() {
 Dialogs::Answer SessionDialogs::messageBox(const std::string& text, const std::string&,
                                            Buttons buttons) {
     const Answer answer = buttons == Buttons::Ok ? Answer::Ok : okCancelAnswer;
-    shown.push_back(text);
     if (buttons == Buttons::Ok) {
         Complain(text);
     } else {
         Complain(text + (answer == Answer::Ok ? " (continued)" : " (aborted)"));
     }
     return answer;
-}
-
-void SessionPump::yield() {
-    HeadlessPump::yield();
-    if (StopSignal() != 0 && onStopRequested) onStopRequested();
 }
 
 Session::Session(const Options& o)
@@ -196,8 +197,6 @@ Session::Session(const Options& o)
       program_(wb_) {
     MatchBoard(wb_.usb, board_, o.vendorId, o.productId);
     dialogs_.okCancelAnswer = o.pause;
-    // A stop signal ends a run after its row, as Abort does.
-    pump_.onStopRequested = [this] { wb_.script.AbortRequested = true; };
     // Without the main window's open, the I2C pipe is selected here.
     wb_.usb.InitI2CPipe();
     // Every entry goes to the log file or stderr as it is written; nothing reads it back.

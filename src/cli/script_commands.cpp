@@ -20,7 +20,9 @@
 #include "foundation/hex_text.h"
 #include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
+#include "scripts/script_outcomes.h"
 #include "scripts/script_reader.h"
+#include "scripts/script_record_text.h"
 
 namespace i2cbridge::cli {
 
@@ -283,105 +285,54 @@ Case RowCase(const std::string& pass, const ScriptRow& r) {
     return c;
 }
 
-// What the engine did with each row of a pass, told by its row hooks and its log.
-class RowWatcher {
-public:
-    RowWatcher(FrmScriptOps& w, ProgramLog& log) : w_(w), log_(log), chained_(log.onEntry) {
-        log_.onEntry = [this](std::string_view text) {
-            if (chained_) chained_(text);
-            note(text);
-        };
-        w_.onRowStarted = [this](int n) {
-            finish();
-            row_ = n;
-            lastStarted_ = std::max(lastStarted_, n);
-            if (onRow) onRow(n);
-        };
-        w_.onCompared = [this](int n, bool ok) {
-            compared_ = true;
-            matched_ = ok;
-            actual_ = w_.cellText(n, kColActRd);
-        };
-    }
-    ~RowWatcher() {
-        w_.onRowStarted = nullptr;
-        w_.onCompared = nullptr;
-        log_.onEntry = chained_;
-    }
-
-    // Before a pass: where its time starts.
-    void startPass(const std::string& pass) {
-        pass_ = pass;
-        lastStarted_ = 0;
-        caseStart_ = Clock::now();
-    }
-    // The cases of the rows finished since the last call.
-    std::vector<Case> take() {
-        finish();
-        return std::move(done_);
-    }
-    int lastStartedRow() const { return lastStarted_; }
-    std::function<void(int row)> onRow;
-
-private:
-    void note(std::string_view text) {
-        static constexpr std::string_view kWrite = "Write Qty Error Script Line ";
-        static constexpr std::string_view kRead = "Read Qty Error Script Line ";
-        const bool write = text.starts_with(kWrite);
-        if (!write && !text.starts_with(kRead)) return;
-        const auto at = text.find_last_of("= :");
-        const std::string count(text.substr(at + 1));
-        (write ? writeAnswer_ : readAnswer_) = std::stoi(count);
-    }
-    void finish() {
-        if (row_ == 0) return;
-        const ScriptRow& r = w_.row(row_);
-        // A row that should have compared and did not (an illegal address, a frame too long)
-        // is a test that did not happen.
-        if (Compares(r) && !compared_ && writeAnswer_ < 0) {
-            compared_ = true;
-            matched_ = false;
-            notRun_ = true;
+// The cases of one pass: every row that compared or failed, with the time since the case
+// before it (its delay and write rows included), and the compared rows it did not run.
+std::vector<Case> PassCases(const PassOutcome& pass, const ScriptLoad& load,
+                            const std::string& passName, const std::string& stopWhy,
+                            const std::string& recordPath) {
+    std::vector<Case> cases;
+    Clock::duration since{};
+    for (const RowOutcome& r : pass.rows) {
+        since += r.time;
+        if (!r.compare && !r.failed()) continue;
+        Case c;
+        c.pass = passName;
+        c.line = r.line;
+        c.address = r.address;
+        c.reg = r.reg;
+        if (r.compare) {
+            c.expected = r.compare->expected;
+            c.actual = r.compare->actual;
         }
-        if (compared_ || writeAnswer_ >= 0) {
-            Case c = RowCase(pass_, r);
-            c.actual = actual_;
-            const int writeCount = r.RegAdrBytes + r.DataWrBytes;
-            if (writeAnswer_ >= 0) {
-                c.why = "write acknowledged " + std::to_string(std::max(writeAnswer_ - 1, 0)) +
-                        " of " + std::to_string(writeCount) + " bytes";
-            } else if (readAnswer_ >= 0) {
-                c.why = "read " + std::to_string(readAnswer_) + " of " +
-                        std::to_string(r.DataRdBytes) + " bytes";
-            } else if (notRun_) {
-                c.why = "not compared: the row was not sent";
-            } else if (!matched_) {
-                c.why =
-                    "expected " + c.expected + ", read " + (actual_.empty() ? "nothing" : actual_);
-            }
-            c.status = c.why.empty() ? Status::Pass : Status::Fail;
-            const auto now = Clock::now();
-            c.seconds = Seconds(now - caseStart_);
-            caseStart_ = now;
-            done_.push_back(std::move(c));
+        if (r.write && !r.write->ok()) {
+            c.why = "write acknowledged " + std::to_string(r.write->actual) + " of " +
+                    std::to_string(r.write->expected) + " bytes";
+        } else if (r.read && !r.read->ok()) {
+            c.why = "read " + std::to_string(r.read->actual) + " of " +
+                    std::to_string(r.read->expected) + " bytes";
+        } else if (r.kind == RowKind::SaveFile && r.error != CoreError::None) {
+            c.why = "record " + recordPath + " not written: " + r.reason;
+        } else if (r.error != CoreError::None) {
+            c.why = std::string(CoreErrorText(r.error)) + (r.reason.empty() ? "" : ": " + r.reason);
+        } else if (r.compare && !r.compare->passed) {
+            c.why =
+                "expected " + c.expected + ", read " + (c.actual.empty() ? "nothing" : c.actual);
         }
-        row_ = 0;
-        compared_ = matched_ = notRun_ = false;
-        writeAnswer_ = readAnswer_ = -1;
-        actual_.clear();
+        c.status = r.failed() ? Status::Fail : Status::Pass;
+        c.seconds = Seconds(since);
+        since = {};
+        cases.push_back(std::move(c));
     }
-
-    FrmScriptOps& w_;
-    ProgramLog& log_;
-    std::function<void(std::string_view)> chained_;
-    std::string pass_ = "1";
-    int row_ = 0, lastStarted_ = 0;
-    bool compared_ = false, matched_ = false, notRun_ = false;
-    int writeAnswer_ = -1, readAnswer_ = -1;
-    std::string actual_;
-    Clock::time_point caseStart_ = Clock::now();
-    std::vector<Case> done_;
-};
+    for (const int n : pass.rowsNotRun) {
+        if (n < 1 || n > static_cast<int>(load.rows.size()) || !Compares(load.rows[n - 1]))
+            continue;
+        Case c = RowCase(passName, load.rows[n - 1]);
+        c.status = Status::Skipped;
+        c.why = stopWhy.empty() ? PassEndName(pass.end) : stopWhy;
+        cases.push_back(std::move(c));
+    }
+    return cases;
+}
 
 void PrintCase(const Case& c, const std::string& script) {
     std::printf("%s%s %s %s %s %s %s%s\n", script.empty() ? "" : (script + ": ").c_str(),
@@ -402,6 +353,13 @@ void SkipRows(const ScriptLoad& load, int from, const std::string& pass, const s
         c.status = Status::Skipped;
         c.why = why;
         cases.push_back(std::move(c));
+    }
+}
+
+// The lines the reader could not read cleanly, on stderr.
+void ListRemarks(const std::string& path, const ScriptLoad& load) {
+    for (const ScriptRemark& r : load.remarks) {
+        Complain(path + " line " + std::to_string(r.line) + ": " + Utf8(r.text));
     }
 }
 
@@ -437,7 +395,12 @@ int Show(const Options& o) {
                             {"dataRdBytes", r.DataRdBytes},
                             {"stepDelay", r.StepDelay}});
         }
+        Json remarks = Json::array();
+        for (const ScriptRemark& r : load.remarks) {
+            remarks.push_back({{"line", r.line}, {"text", Utf8(r.text)}});
+        }
         PrintJson({{"rows", rows},
+                   {"remarks", remarks},
                    {"totalReads", load.TotalReads},
                    {"endMainLine", load.EndMainLine},
                    {"intStartLine", load.IntStartLine},
@@ -449,10 +412,7 @@ int Show(const Options& o) {
                         r.Operation.c_str(), r.Comment.c_str());
         }
     }
-    if (load.truncated) {
-        Complain(path + " has " + std::to_string(load.linesInFile) + " lines; only the first " +
-                 std::to_string(kMaxScriptLines) + " are rows");
-    }
+    if (!o.json) ListRemarks(path, load);
     return kExitOk;
 }
 
@@ -482,6 +442,12 @@ int Run(const Options& o) {
             return kExitUsage;
         }
         const ScriptLoad load = ReadScript(*bytes, windowAddress);
+        // Junk is not sent to a device unless asked for: the window would run it as it loads.
+        ListRemarks(path, load);
+        if (!load.remarks.empty() && !o.lenient) {
+            Complain(path + " has lines that cannot be read cleanly; --lenient runs it anyway");
+            return kExitUsage;
+        }
         if (load.rows.empty() || !TouchesTheBus(load)) {
             Complain(path +
                      (load.rows.empty() ? " is empty" : " has no step that writes or reads") +
@@ -503,13 +469,12 @@ int Run(const Options& o) {
     session.close();
     CatchStopSignals();
 
-    Workbench& wb = session.wb();
     Program& program = session.program();
     // A script window takes its address from the main window, as when it opens from there.
     program.mainWindow().txtI2CAdr.setText(o.address);
     Progress progress(o);
     std::vector<Suite> suites;
-    bool recordFailed = false, writeFailed = false, stoppedEarly = false;
+    bool writeFailed = false, stoppedEarly = false;
     const bool several = scripts.size() > 1;
 
     for (const std::string& path : scripts) {
@@ -517,8 +482,14 @@ int Run(const Options& o) {
         const std::string shownName = several ? path : "";
         auto window = program.newScriptWindow();
         FrmScriptOps& w = *window;
-        session.dialogs().openChoices.push_back(path);
         w.Form_Load();
+        session.dialogs().openChoices.push_back(path);
+        const std::optional<LoadOutcome> loaded = w.ReadScriptFile();
+        if (!loaded || !loaded->loaded) {
+            Complain("cannot read " + path + ": " + (loaded ? loaded->reason : "not opened"));
+            program.closeScriptWindow(w);
+            return kExitUsage;
+        }
         // The "_DL" records go where --record-dir says; the window keeps them beside the script.
         if (!o.recordDir.empty()) {
             w.cdldialog.setFileName((std::filesystem::path(o.recordDir) / FileName(path)).string());
@@ -528,35 +499,31 @@ int Run(const Options& o) {
         const int mainRows = LastMainRow(load);
         const auto runStart = Clock::now();
         int pass = 1;
-        RowWatcher watcher(w, wb.log);
-        watcher.onRow = [&](int n) {
+        w.onRowStarted = [&](int n) {
             progress.row(FileName(path), pass, o.loop, std::min(n, mainRows), mainRows, runStart);
         };
-        const std::size_t boxesBefore = session.dialogs().shown.size();
-        // As Loop Cont does: the loop count is what the write-back's stamp shows.
-        w.txtLoopCount.setText("0");
-        for (; pass <= o.loop && StopSignal() == 0 && TouchesTheBus(load); ++pass) {
-            watcher.startPass(std::to_string(pass));
-            w.cmdExecAll_Click();
-            std::vector<Case> cases = watcher.take();
-            w.txtLoopCount.setText(std::to_string(pass));
-            suite.passesRun = pass;
-            int passed = 0, failed = 0;
-            for (const Case& c : cases) (c.status == Status::Pass ? passed : failed) += 1;
-            progress.pass(FileName(path), pass, o.loop, passed, failed);
-            if (wb.script.AbortRequested) {
-                const std::string why = StopSignal()
-                                            ? std::string("stopped by ") + SignalName(StopSignal())
-                                            : "the run was aborted";
-                SkipRows(load, watcher.lastStartedRow() + 1, std::to_string(pass), why, cases);
-            }
+        // Loop Cont with a number of passes and the signals' stop request; each pass is
+        // reported as it ends, and none is kept, so that a night's loop stays small.
+        LoopRequest request;
+        request.maxPasses = o.loop;
+        request.stop = &StopRequest();
+        request.onPass = [&](const PassOutcome& outcome) {
+            const std::string why =
+                StopSignal() ? std::string("stopped by ") + SignalName(StopSignal()) : "";
+            std::vector<Case> cases = PassCases(outcome, load, std::to_string(pass), why,
+                                                DataLogPath(w.cdldialog.fileName));
+            progress.pass(FileName(path), pass, o.loop, outcome.passed, outcome.failed);
             progress.clear();
             if (!o.quiet && !o.json) {
                 for (const Case& c : cases) PrintCase(c, shownName);
             }
             suite.cases.insert(suite.cases.end(), cases.begin(), cases.end());
-            if (wb.script.AbortRequested) break;
-        }
+            ++pass;
+        };
+        LoopOutcome loop;
+        if (TouchesTheBus(load) && StopSignal() == 0) loop = w.RunLoop(request);
+        suite.passesRun = loop.passesRun;
+        w.onRowStarted = nullptr;
         // Passes that never started, one skipped case a row for all of them.
         const int firstNotRun = suite.passesRun + 1;
         if (firstNotRun <= o.loop && TouchesTheBus(load)) {
@@ -573,16 +540,11 @@ int Run(const Options& o) {
             suite.cases.insert(suite.cases.end(), cases.begin(), cases.end());
         }
         suite.seconds = Seconds(Clock::now() - runStart);
-        for (std::size_t i = boxesBefore; i < session.dialogs().shown.size(); ++i) {
-            recordFailed =
-                recordFailed || session.dialogs().shown[i].rfind("Script not written to ", 0) == 0;
-        }
         if (!o.updateExpectedFile.empty()) {
-            const std::size_t before = session.dialogs().shown.size();
             w.txtFilePath.setText(o.updateExpectedFile);
             w.chkAppend.setChecked(o.append);
-            w.cmdStartRec_Click();
-            writeFailed = writeFailed || session.dialogs().shown.size() != before;
+            const WriteBackOutcome written = w.cmdStartRec_Click();
+            writeFailed = writeFailed || !written.written;
         }
         program.closeScriptWindow(w);
         suites.push_back(std::move(suite));
@@ -606,8 +568,7 @@ int Run(const Options& o) {
     std::fflush(stdout);
     if (signal) return kExitSignalBase + signal;
     if (writeFailed) return kExitUsage;
-    const bool green =
-        all.failed == 0 && all.skipped == 0 && !stoppedEarly && !nothingToRun && !recordFailed;
+    const bool green = all.failed == 0 && all.skipped == 0 && !stoppedEarly && !nothingToRun;
     return green ? kExitOk : kExitFailed;
 }
 

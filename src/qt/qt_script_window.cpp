@@ -245,14 +245,6 @@ void ScriptWindowView::run(const std::function<void()>& handler) {
     handler();
 }
 
-std::function<void()> ScriptWindowView::handlerOf(void (FrmScriptOps::*handler)()) {
-    FrmScriptOps* model = &model_;
-    return [this, model, handler] {
-        const Running counted(*this);
-        std::invoke(handler, *model);
-    };
-}
-
 QWidget* ScriptWindowView::buildBand(QWidget* parent) {
     FrmScriptOps& m = model_;
     auto* band = new QWidget(parent);
@@ -296,7 +288,7 @@ QWidget* ScriptWindowView::buildBand(QWidget* parent) {
 QWidget* ScriptWindowView::buildScriptControl(QWidget* parent) {
     FrmScriptOps& m = model_;
     QGroupBox* frame = Frame(m.frmScriptExec, "frmScriptExec", parent);
-    auto button = [this, frame](Button& model, const char* name, void (FrmScriptOps::*click)()) {
+    auto button = [this, frame](Button& model, const char* name, auto click) {
         auto* b = new QPushButton(frame);
         b->setObjectName(QLatin1String(name));
         // Run buttons come and go during a run; the others stay where they are.

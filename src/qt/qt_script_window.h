@@ -71,7 +71,15 @@ private:
         ScriptWindowView& window;
     };
     void run(const std::function<void()>& handler);
-    std::function<void()> handlerOf(void (FrmScriptOps::*handler)());
+    // A model handler as a click; what it returns is the model's news, shown by the model.
+    template <typename Result>
+    std::function<void()> handlerOf(Result (FrmScriptOps::*handler)()) {
+        FrmScriptOps* model = &model_;
+        return [this, model, handler] {
+            const Running counted(*this);
+            std::invoke(handler, *model);
+        };
+    }
     QWidget* buildBand(QWidget* parent);
     QWidget* buildScriptControl(QWidget* parent);
     QWidget* buildInterrupt(QWidget* parent);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -53,6 +54,14 @@ std::string ClockText(const DateTime& t) {
     char text[16];
     std::snprintf(text, sizeof text, "%02d:%02d:%02d", t.hour, t.minute, t.second);
     return text;
+}
+
+// A folder opens as a file on some systems and reads as nothing: it is refused by name.
+bool IsFolder(const std::string& path, std::string& why) {
+    std::error_code error;
+    if (!std::filesystem::is_directory(path, error)) return false;
+    why = std::strerror(EISDIR);
+    return true;
 }
 
 // Addresses from 8000 to FFFF read as negative numbers; they are refused like 255 and above.
@@ -127,21 +136,22 @@ void FrmScriptOps::txtI2CAdr_KeyPress(int& KeyAscii) {
     wb_.pump.yield();
 }
 
-void FrmScriptOps::ReadScriptFile() {
+std::optional<LoadOutcome> FrmScriptOps::ReadScriptFile() {
     txtRunning.setText("");
     ScriptFileSelected = false;
     cdldialog.setFileName("");
-    if (!wb_.dialogs.openFile(cdldialog) || cdldialog.fileName.empty()) return;
+    if (!wb_.dialogs.openFile(cdldialog) || cdldialog.fileName.empty()) return std::nullopt;
     ScriptFileSelected = true;
-    LoadScriptFile();
+    LoadOutcome out = LoadScriptFile();
     cmdReload2.setVisible(true);
+    return out;
 }
 
-void FrmScriptOps::cmdReload2_Click() {
+std::optional<LoadOutcome> FrmScriptOps::cmdReload2_Click() {
     wb_.script.AbortRequested = false;
     if (!ScriptFileSelected) {
         wb_.log.LogMessage("No Script File Opened yet, use File Menu", kCrLf);
-        return;
+        return std::nullopt;
     }
     const auto keep = keepAlive();
     cmdExecAll.setVisible(false);
@@ -150,12 +160,15 @@ void FrmScriptOps::cmdReload2_Click() {
     wb_.pump.yield();
     txtRdFails.setText("");
     txtRdPass.setText("");
-    LoadScriptFile();
+    LoadOutcome out = LoadScriptFile();
     cmdExecAll.setVisible(true);
     cmdRunContinuous.setVisible(true);
+    return out;
 }
 
-void FrmScriptOps::LoadScriptFile() {
+LoadOutcome FrmScriptOps::LoadScriptFile() {
+    LoadOutcome out;
+    out.path = cdldialog.fileName;
     const std::string& path = cdldialog.fileName;
     const std::string& title = cdldialog.fileTitle;
     ScriptRunState& run = wb_.script;
@@ -182,7 +195,7 @@ void FrmScriptOps::LoadScriptFile() {
     txtRdFails.setText("0");
 
     std::string bytes, why;
-    if (!ReadWholeFile(path, bytes, why)) {
+    if (IsFolder(path, why) || !ReadWholeFile(path, bytes, why)) {
         run.EndMainLine = before.EndMainLine;
         run.IntStartLine = before.IntStartLine;
         run.IntEndLine = before.IntEndLine;
@@ -194,7 +207,9 @@ void FrmScriptOps::LoadScriptFile() {
         frmDataRecord.setVisible(recordShown);
         wb_.log.LogMessage("Script file " + path + " could not be read: " + why, kCrLf);
         wb_.dialogs.messageBox("Script Load Error " + why, kAppTitle, Dialogs::Buttons::Ok);
-        return;
+        out.error = CoreError::FileUnreadable;
+        out.reason = why;
+        return out;
     }
     Caption.setCaption("Processing " + path);
     Caption.setCaption("Processing " + title);
@@ -212,6 +227,12 @@ void FrmScriptOps::LoadScriptFile() {
         vbalGrid1.setBack(n, kColLine, kButtonFaceColor);
         if (r.operationRed) vbalGrid1.setBack(n, kColOperation, kCellRed);
         if (r.commentRed) vbalGrid1.setBack(n, kColComment, kCellRed);
+    }
+    // What the reader could not read cleanly shows in the row, before anything runs.
+    for (const ScriptRemark& remark : script.remarks) {
+        if (remark.line > lines) continue;
+        vbalGrid1.setText(remark.line, kColComment,
+                          cellText(remark.line, kColComment) + " " + remark.text);
     }
     run.EndMainLine = script.EndMainLine;
     run.IntStartLine = script.IntStartLine;
@@ -239,6 +260,15 @@ void FrmScriptOps::LoadScriptFile() {
     cmdReload2.setEnabled(true);
     cmdExecAll.setEnabled(true);
     cmdRunContinuous.setEnabled(true);
+
+    out.loaded = true;
+    out.rows = lines;
+    out.totalReads = script.TotalReads;
+    out.endMainLine = script.EndMainLine;
+    out.intStartLine = script.IntStartLine;
+    out.intEndLine = script.IntEndLine;
+    out.remarks = script.remarks;
+    return out;
 }
 
 }  // namespace i2cbridge

@@ -14,8 +14,12 @@
 // Any number of script windows can be open; the run values (AbortRequested, CurrentStep, the
 // End Main and interrupt lines) and the I2C address are one set in the Workbench. The grid's
 // cell texts are the rows' data: execution reads them back from the grid.
+//
+// The operations a front end drives (a row, Run All Steps, Loop Cont, the write-back, a load)
+// return what they did (scripts/script_outcomes.h) besides painting the window.
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -25,6 +29,7 @@
 #include "foundation/form.h"
 #include "foundation/grid.h"
 #include "foundation/ports.h"
+#include "scripts/script_outcomes.h"
 #include "scripts/script_reader.h"
 
 namespace i2cbridge {
@@ -122,10 +127,10 @@ public:
     int FailsAtRowStart = 0;
     int lastExecutedRow = 0;  // 0: no row has run since the load
 
-    // Told when a row starts and when a row's read data has been compared (a front end that
-    // reports results, such as the command line's test report).
+    // Told when a row starts and when it has ended, with what it did (a front end that reports
+    // live, such as the command line's progress and result lines).
     std::function<void(int row)> onRowStarted;
-    std::function<void(int row, bool passed)> onCompared;
+    std::function<void(const RowOutcome&)> onRowDone;
 
     // Window events and menus.
     void Form_Load();
@@ -137,23 +142,27 @@ public:
     void Dupform_Click();
     void txtI2CAdr_KeyPress(int& KeyAscii);
 
-    // Loading.
-    void ReadScriptFile();
-    void LoadScriptFile();
-    void cmdReload2_Click();
+    // Loading. ReadScriptFile's outcome is empty when the dialog was cancelled.
+    std::optional<LoadOutcome> ReadScriptFile();
+    LoadOutcome LoadScriptFile();
+    // Refused (no load) without a chosen file.
+    std::optional<LoadOutcome> cmdReload2_Click();
 
     // Execution.
     void vbalGrid1_SelectionChange(int row, int column) { ExecuteScriptRow(row, column); }
-    void ExecuteScriptRow(int row, int column);
-    void cmdExecAll_Click();
-    void cmdRunContinuous_Click();
+    RowOutcome ExecuteScriptRow(int row, int column);
+    PassOutcome cmdExecAll_Click();
+    // The button: an endless loop until Abort, keeping no passes. RunLoop is Loop Cont as
+    // asked (a number of passes, a stop request, passes kept and reported).
+    LoopOutcome cmdRunContinuous_Click() { return RunLoop({}); }
+    LoopOutcome RunLoop(const LoopRequest& request);
     void cmdAbort_Click();
 
     // Write-back.
     void cmdBrowse_Click();
-    void cmdStartRec_Click();
+    WriteBackOutcome cmdStartRec_Click();
     void UpdateExpectedData();
-    void Auto_Script_Save();
+    WriteBackOutcome Auto_Script_Save();
 
     // Interrupt sampling.
     void cmdISample_Click();
@@ -165,12 +174,15 @@ public:
     const std::string& cellText(int n, int column) const { return vbalGrid1.cell(n, column).text; }
 
 private:
-    void Write_I2C(int n);
-    void Read_I2C(int n);
-    void GPIO_SET(int n);
-    void transfer(int n);
-    void compare(int n);
+    void Write_I2C(int n, RowOutcome& out);
+    void Read_I2C(int n, RowOutcome& out);
+    void GPIO_SET(int n, RowOutcome& out);
+    void transfer(int n, RowOutcome& out);
+    void compare(int n, RowOutcome& out);
     void endOfRow(int n);
+    PassOutcome runPass(bool looping);
+    bool abortNow();
+    void requestAbort(PassEnd cause);
     int counter(const TextBox& box) const;
     void increment(TextBox& box);
     void toggleSampleLamp();
@@ -178,6 +190,9 @@ private:
 
     Workbench& wb_;
     bool inService_ = false;
+    PassOutcome* pass_ = nullptr;              // the pass whose rows are being collected
+    const std::atomic<bool>* stop_ = nullptr;  // a Loop Cont's stop request
+    PassEnd abortCause_ = PassEnd::Aborted;    // why this window last asked for an abort
 };
 
 }  // namespace i2cbridge

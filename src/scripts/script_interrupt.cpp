@@ -47,7 +47,7 @@ void FrmScriptOps::runService() {
         wb_.pump.yield();
         txtRunning.setText(std::to_string(run.IntStep));
         wb_.pump.yield();
-        if (run.AbortRequested) break;
+        if (abortNow()) break;
     }
     run.ServiceRunning = false;
     run.CurrentStep = run.IntDetectLine;

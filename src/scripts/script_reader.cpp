@@ -16,6 +16,13 @@ constexpr std::size_t kFieldCount = 11;  // fields past the third are read and i
 constexpr int kPixelsPerCharacter = 8;
 constexpr std::size_t kNarrowestCharacters = 8;
 constexpr std::size_t kWidestCharacters = 208 / kPixelsPerCharacter;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+bool IsHexText(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+    });
+}
 
 template <typename Visit>
 void ForEachLine(std::string_view text, Visit&& visit) {
@@ -86,13 +93,15 @@ public:
         load_.ScriptLines.reserve(expectedRows);
     }
 
-    void ReadLine(std::string_view raw, int n) {
+    // skip: leading bytes that are no part of the fields (a byte-order mark).
+    void ReadLine(std::string_view raw, int n, std::size_t skip = 0) {
         ScriptRow& row = load_.rows.emplace_back();
         load_.ScriptLines.emplace_back(raw);
         row.Operation = "NOP";
         row.I2CAdr = curI2CAdr_;
+        line_ = n;
 
-        std::string line(raw);
+        std::string line(raw.substr(skip));
         std::replace_if(
             line.begin(), line.end(), [](char c) { return c == '\t' || c == '\x0F'; }, ' ');
         if (line.empty()) {
@@ -112,7 +121,17 @@ public:
         if (load_.EndMainLine == 0) load_.EndMainLine = static_cast<int16_t>(load_.rows.size());
         load_.linesInFile = linesInFile;
         load_.truncated = linesInFile > static_cast<std::size_t>(kMaxScriptLines);
+        if (load_.truncated) {
+            remark(kMaxScriptLines + 1, RemarkKind::PastLineLimit,
+                   "Lines " + std::to_string(kMaxScriptLines + 1) + " to " +
+                       std::to_string(linesInFile) + " not loaded: a script has at most " +
+                       std::to_string(kMaxScriptLines) + " lines");
+        }
         return std::move(load_);
+    }
+
+    void remark(int line, RemarkKind kind, std::string text) {
+        load_.remarks.push_back({line, kind, std::move(text)});
     }
 
 private:
@@ -121,6 +140,12 @@ private:
 
         RemoveSpaces(line);
         SplitFields(line, fields_, ',');
+        std::string notHex;
+        for (std::size_t i = 0; i < 3; ++i) {
+            if (!IsHexText(fields_[i])) notHex += (notHex.empty() ? "" : " ") + fields_[i];
+        }
+        if (!notHex.empty())
+            remark(line_, RemarkKind::NotHexadecimal, "Not hexadecimal: " + notHex);
 
         row.RegAdr = PaddedField(fields_[0], false);
         if (row.RegAdr.size() >= 2) {
@@ -187,9 +212,13 @@ private:
         }
         if (letter == 'S' && argument.empty()) row.Operation = "Cmd: Save File";
         if (letter == 'G' && (argument.size() == 4 || argument.size() == 8)) {
-            row.Operation = "Cmd: GPIO:" + std::string(argument);
+            const std::string digits = UpperCase(argument);
+            row.Operation = "Cmd: GPIO:" + digits;
             row.I2CAdr = "GPIO";
-            row.DataWr = row.DataRd = argument;
+            row.DataWr = row.DataRd = digits;
+            if (!IsHexText(digits)) {
+                remark(n, RemarkKind::NotHexadecimal, "Not hexadecimal: " + digits);
+            }
             row.DataWrBytes = row.DataRdBytes = static_cast<int16_t>(argument.size() / 2);
         }
         if (command == "IE") row.Operation = "Cmd: Int Enable";
@@ -211,6 +240,7 @@ private:
     ScriptLoad load_;
     std::string curI2CAdr_;
     std::array<std::string, kFieldCount> fields_;
+    int line_ = 0;
 };
 
 }  // namespace
@@ -222,10 +252,12 @@ ScriptLoad ReadScript(std::string_view text, uint8_t windowWriteAddress) {
     Reader reader(windowWriteAddress,
                   std::min(lineEnds + 1, static_cast<std::size_t>(kMaxScriptLines)));
     std::size_t lines = 0;
+    const std::size_t mark = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+    if (mark != 0) reader.remark(1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped");
     ForEachLine(text, [&](std::string_view line) {
         ++lines;
         if (lines <= static_cast<std::size_t>(kMaxScriptLines)) {
-            reader.ReadLine(line, static_cast<int>(lines));
+            reader.ReadLine(line, static_cast<int>(lines), lines == 1 ? mark : 0);
         } else {
             reader.KeepLine(line);
         }

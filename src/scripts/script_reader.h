@@ -12,6 +12,11 @@
 // Only the first kMaxScriptLines lines become rows; the rest are kept in ScriptLines, counted
 // in linesInFile and flag the load as truncated so the window can say so.
 //
+// A UTF-8 byte-order mark at the start of the text is no part of line 1's fields: it is
+// skipped (and kept in ScriptLines, so that a write-back keeps it). The reader lists what it
+// could not read cleanly (the mark, data fields that are not hexadecimal, lines past the
+// limit) in `remarks`; the rows stay as the plain rules make them.
+//
 // A delay command's time is a decimal integer with an optional sign. A value outside the
 // signed 16-bit range is a delay error like any other non-numeric time. Negative times are
 // kept as written: -1 is the keypress pause, and smaller values are neither a pause nor a
@@ -42,6 +47,23 @@ struct ScriptRow {
     bool operator==(const ScriptRow&) const = default;
 };
 
+// A line the reader could not read cleanly.
+enum class RemarkKind {
+    NotHexadecimal,  // a data field, or a GPIO command's digits, hold other characters
+    ByteOrderMark,   // the text starts with a UTF-8 byte-order mark (skipped)
+    PastLineLimit,   // lines past kMaxScriptLines: kept, not loaded
+};
+
+struct ScriptRemark {
+    int line = 0;  // from 1
+    RemarkKind kind = RemarkKind::NotHexadecimal;
+    // "Not hexadecimal: ZZ QQ", "UTF-8 byte-order mark skipped", "Lines 1001 to 1200 not
+    // loaded: a script has at most 1000 lines"
+    std::string text;
+
+    bool operator==(const ScriptRemark&) const = default;
+};
+
 struct ScriptLoad {
     std::vector<ScriptRow> rows;  // rows[n - 1] is line n
     // Every line's bytes exactly as read, without its line end: line n is ScriptLines[n - 1]
@@ -54,8 +76,9 @@ struct ScriptLoad {
     int16_t EndMainLine = 0, IntStartLine = 0, IntEndLine = 0;
     // Widest Data_Wr and Data_Rd text of the data lines, in characters, never below 2.
     std::size_t widestDataWr = 2, widestDataRd = 2;
-    std::size_t linesInFile = 0;  // every line of the text, also those past the limit
-    bool truncated = false;       // the text had more than kMaxScriptLines lines
+    std::size_t linesInFile = 0;        // every line of the text, also those past the limit
+    bool truncated = false;             // the text had more than kMaxScriptLines lines
+    std::vector<ScriptRemark> remarks;  // by line number
 
     bool operator==(const ScriptLoad&) const = default;
 };

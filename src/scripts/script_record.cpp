@@ -34,7 +34,7 @@ void FrmScriptOps::UpdateExpectedData() {
     }
 }
 
-void FrmScriptOps::cmdStartRec_Click() {
+WriteBackOutcome FrmScriptOps::cmdStartRec_Click() {
     const auto keep = keepAlive();
     UpdateExpectedData();
     const DateTime now = wb_.pump.now();
@@ -44,24 +44,32 @@ void FrmScriptOps::cmdStartRec_Click() {
     std::string text;
     for (const std::string& line : script.ScriptLines) text.append(line).append("\r\n");
 
-    const std::string& path = txtFilePath.text();
+    WriteBackOutcome out;
+    out.path = txtFilePath.text();
+    out.appended = chkAppend.checked();
+    const std::string& path = out.path;
     const auto failure =
         chkAppend.checked() ? AppendFileWhole(path, text) : WriteFileAtomically(path, text);
     if (failure) {
+        out.error = CoreError::FileUnwritable;
+        out.reason = *failure;
         wb_.dialogs.messageBox("Script not written to " + path + ": " + *failure, kAppTitle,
                                Dialogs::Buttons::Ok);
-        return;
+        return out;
     }
+    out.written = true;
+    out.lines = static_cast<int>(script.ScriptLines.size());
     Label18.setCaption(std::to_string(script.ScriptLines.size()) +
                        " Script written: " + StampDate(now) + " " + StampTime(now));
+    return out;
 }
 
-void FrmScriptOps::Auto_Script_Save() {
+WriteBackOutcome FrmScriptOps::Auto_Script_Save() {
     txtFilePath.setText(DataLogPath(cdldialog.fileName));
     wb_.pump.yield();
     chkAppend.setChecked(true);
     wb_.pump.yield();
-    cmdStartRec_Click();
+    return cmdStartRec_Click();
 }
 
 }  // namespace i2cbridge

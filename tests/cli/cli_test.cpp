@@ -71,6 +71,8 @@ protected:
             {"delay.txt", "`w200\r\n02,,5A\r\n"},
             {"s.txt", "02,,5A\r\n`S\r\n"},
             {"s_DL.txt", "03,,77\r\n"},  // a record of an earlier run, which would fail
+            {"junk.txt", "ZZ,QQ,RR\r\n"},
+            {"bom.txt", "\xEF\xBB\xBF" "02,,5A\r\n"},
         };
         for (const auto& [name, text] : files) WriteBytes(dir.file(name), text);
         std::filesystem::create_directories(dir.file("blocked/s_DL.txt"));
@@ -105,10 +107,18 @@ TEST_F(Cli, EveryPointShowsInTheStatusAndTheLastLine) {
          "4 1 0 2 0.0"},
         // Records go to --record-dir, their failure fails the run, a wildcard skips them.
         {"5", "cli run s.txt --simulate --record-dir rec >/dev/null && ls rec", 0, "s_DL.txt"},
-        {"5", "cli run s.txt --simulate --record-dir blocked 2>&1 | sed -n 1p", 1,
-         "i2cbridge-cli: Script not written to blocked/s_DL.txt: Is a directory"},
+        {"5", "cli run s.txt --simulate --record-dir blocked | sed -n 2p", 1,
+         "002 60 - - - FAIL (record blocked/s_DL.txt not written: Is a directory)"},
         {"5", "cli run s.txt s_DL.txt --simulate --record-dir rec", 0,
          "1 passed, 0 failed, 0 skipped"},
+        // Junk is found when the script is read; --lenient runs it as the window would.
+        {"6", "cli run junk.txt --simulate", 2,
+         "i2cbridge-cli: junk.txt has lines that cannot be read cleanly; --lenient runs it anyway"},
+        {"6",
+         "cli show junk.txt --json | /usr/bin/python3 -c 'import json, sys; "
+         "print(json.load(sys.stdin)[\"remarks\"][0][\"text\"])'",
+         0, "Not hexadecimal: ZZ QQ RR"},
+        {"6", "cli run bom.txt --simulate --lenient", 0, "1 passed, 0 failed, 0 skipped"},
         // run --json is one document; every command's JSON reads back.
         {"7",
          "cli run t.txt --simulate --json | /usr/bin/python3 -c 'import json, sys; "

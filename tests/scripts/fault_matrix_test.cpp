@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -64,6 +65,8 @@ struct Expected {
     bool lineReleased = false;  // the routine's status read reached the source at 40
     std::vector<std::string> logged;
     int dataLogPasses = 0;
+    CoreError rowError = CoreError::None;  // the row's outcome: what went wrong first
+    bool rowFailed = false;                // the row's strict verdict
 };
 
 // What the row can get from the board under the fault: the rules of the board and of a row,
@@ -105,6 +108,10 @@ Expected Expect(Kind k, Fault f) {
     if (gpio) passed = !replyLost && f != Fault::ShortReply;  // the read-back is 4 bytes
     e.compares = reads || gpio;
     if (e.compares) (passed ? e.passes : e.fails) += 1;
+    e.rowError = e.writeQtyError  ? CoreError::NotAcknowledged
+                 : e.readQtyError ? CoreError::ShortRead
+                                  : CoreError::None;
+    e.rowFailed = e.rowError != CoreError::None || (e.compares && !passed);
 
     const std::string row = std::to_string(e.target);
     if (f == Fault::UnplugBefore) e.logged.push_back("DeviceDetach: Received detach");
@@ -172,6 +179,10 @@ TEST_P(FaultMatrix, TheRunEndsCountsWhatTheRowGotAndKeepsTheFilesWhole) {
     I2CDevice& device = *board.model().device(kind == Kind::Interrupt ? 0x40 : 0x60);
     bool inRow = false;
     auto reenumerate = [&] { board.unplug(), board.plug(); };
+    std::optional<RowOutcome> outcome;
+    w->onRowDone = [&](const RowOutcome& r) {
+        if (r.row == e.target) outcome = r;
+    };
     w->onRowStarted = [&](int row) {
         if (inRow && row != e.target) {  // the row is over: a healthy board again
             inRow = false;
@@ -229,6 +240,9 @@ TEST_P(FaultMatrix, TheRunEndsCountsWhatTheRowGotAndKeepsTheFilesWhole) {
               std::tuple(green, e.writeQtyError, e.readQtyError,
                          e.compares ? (e.passed ? green : red) : RgbColor()));
     EXPECT_EQ(w->vbalGrid1.cell(e.sane, kColActRd).text, "5A");
+    ASSERT_TRUE(outcome.has_value());
+    EXPECT_EQ(std::tuple(outcome->error, outcome->failed(), outcome->inService),
+              std::tuple(e.rowError, e.rowFailed, kind == Kind::Interrupt));
     if (kind == Kind::Write || kind == Kind::WriteRead) {
         EXPECT_EQ(board.model().device(0x60)->registers[0x10], e.dataOnBoard ? 0x55 : 0x00);
     }

@@ -133,7 +133,7 @@ TEST(ScriptReader, CommandsAndNearMisses) {
         {"`", "", "", "", "", "Cmd:", ""},
         {"`#x", "", "", "", "", "Cmd:", "#x"},
         {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
-        {"`Gab12 # led", "", "ab12", "ab12", "", "Cmd: GPIO:ab12", "# led", 0, 2, 2},
+        {"`Gab12 # led", "", "AB12", "AB12", "", "Cmd: GPIO:AB12", "# led", 0, 2, 2},
         {"`G12345678", "", "12345678", "12345678", "", "Cmd: GPIO:12345678", "", 0, 4, 4},
         {"`G123", "", "", "", "", "Cmd:", ""},
         {"`G12345", "", "", "", "", "Cmd:", ""},
@@ -209,6 +209,10 @@ TEST(ScriptReader, StopsAtLineOneThousand) {
     lines.push_back("`ENDM");  // past the limit: kept, but no row
     const ScriptLoad load = Read(lines);
     EXPECT_TRUE(load.truncated);
+    EXPECT_EQ(load.remarks,
+              (std::vector<ScriptRemark>{
+                  {1001, RemarkKind::PastLineLimit,
+                   "Lines 1001 to 1001 not loaded: a script has at most 1000 lines"}}));
     EXPECT_EQ(load.ScriptLines, lines);
     EXPECT_EQ(std::tuple(load.linesInFile, load.rows.size(), load.EndMainLine, load.TotalReads),
               std::tuple(1001u, 1000u, 1000, 1000));
@@ -224,6 +228,31 @@ TEST(ScriptReader, KeepsLineBytesExactly) {
     EXPECT_EQ(
         (std::vector<std::string>{load.rows[0].RegAdr, load.rows[0].DataWr, load.rows[0].Comment}),
         (std::vector<std::string>{"\xE9\xFF", "0\x80", "# \xFC "}));
+}
+
+// What the rules above read without a word, listed with the line, the rows unchanged.
+TEST(ScriptReader, RemarksListWhatCouldNotBeReadCleanly) {
+    const std::string bom = "\xEF\xBB\xBF";
+    const auto notHex = RemarkKind::NotHexadecimal;
+    const struct {
+        std::string text;
+        std::vector<ScriptRemark> remarks;
+    } cases[] = {
+        {"ZZ,QQ,RR\r\n", {{1, notHex, "Not hexadecimal: ZZ QQ RR"}}},
+        {"02,,5a\r\n01,0x12,3C # zz\r\n", {{2, notHex, "Not hexadecimal: 0x12"}}},
+        {"01,2,3,zz\r\n`wX\r\n`Aqq\r\n# zz\r\n", {}},  // ignored fields, other commands
+        {"`GZZ12\r\n`Gab12\r\n", {{1, notHex, "Not hexadecimal: ZZ12"}}},
+        {bom + "02,,5A\r\n", {{1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped"}}},
+        {bom + "G1\r\n",
+         {{1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped"},
+          {1, notHex, "Not hexadecimal: G1"}}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(ReadScript(c.text, 0x60).remarks, c.remarks) << c.text;
+
+    // The mark is no part of line 1's fields, but stays in the line a write-back writes.
+    const ScriptLoad marked = ReadScript(bom + "02,,5A\r\n", 0x60);
+    ExpectCells(marked.rows[0], {bom + "02,,5A", "02", "", "5A", "--", " Reg:1 R:1", "", 1, 0, 1});
+    EXPECT_EQ(marked.ScriptLines[0], bom + "02,,5A");
 }
 
 TEST(ScriptReader, LastEndMainAndInterruptLinesCount) {

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "scripts/frm_script_ops.h"
@@ -82,7 +84,10 @@ TEST_F(Record, WriteToDiskPutsTheDataReadIntoTheScript) {
     w.cmdBrowse_Click();  // cancelled: the script's own path stays preset
     EXPECT_EQ(w.txtFilePath.text(), path);
     EXPECT_EQ(rig.dialogs.openShown.back().title, "Select File For Update");
-    w.cmdStartRec_Click();
+    const WriteBackOutcome written = w.cmdStartRec_Click();
+    EXPECT_EQ(
+        std::tuple(written.written, written.path, written.lines, written.appended, written.error),
+        std::tuple(true, path, 5, false, CoreError::None));
 
     // Row 5 did not run (after End Main) and keeps its expected data.
     EXPECT_EQ(ReadBytes(path),
@@ -103,7 +108,9 @@ TEST_F(Record, AFailedWriteIsReportedAndTheLabelKeepsItsText) {
     w.txtFilePath.setText(target);
     for (bool append : {false, true}) {
         w.chkAppend.setChecked(append);
-        w.cmdStartRec_Click();
+        const WriteBackOutcome out = w.cmdStartRec_Click();
+        EXPECT_EQ(std::tuple(out.written, out.path, out.appended, out.error, out.reason.empty()),
+                  std::tuple(false, target, append, CoreError::FileUnwritable, false));
     }
     std::vector<std::string> messages;
     for (const auto& m : rig.dialogs.messages) messages.push_back(m.text);
@@ -130,6 +137,17 @@ TEST_F(Record, SaveFileStepAppendsOneScriptPerPassToTheDataLog) {
     EXPECT_EQ(log, pass + "# log# AutoUpdated: 11-18-2026 17:05:09 Looping: 1\r\n02,,5A\r\n`S\r\n");
     EXPECT_EQ(ReadBytes(path), script);  // the script itself is untouched
     EXPECT_TRUE(w.chkAppend.checked());
+}
+
+TEST_F(Record, ASaveFileStepWhoseRecordCannotBeWrittenFailsItsRow) {
+    FrmScriptOps& w = open("02,,5A\r\n`S\r\n02,,5A\r\n");
+    std::filesystem::create_directory(dir.file("a1_DL.txt"));  // the record's name is taken
+    const PassOutcome pass = w.cmdExecAll_Click();
+    ASSERT_EQ(pass.rows.size(), 3u);
+    EXPECT_EQ(
+        std::tuple(pass.rows[1].kind, pass.rows[1].error, pass.rows[1].reason),
+        std::tuple(RowKind::SaveFile, CoreError::FileUnwritable, std::string("Is a directory")));
+    EXPECT_EQ(std::tuple(pass.passed, pass.failed, w.txtRdFails.text()), std::tuple(2, 1, "0"));
 }
 
 // --- Interrupt sampling -----------------------------------------------------------------------

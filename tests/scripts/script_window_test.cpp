@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <filesystem>
+#include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "scripts/frm_script_ops.h"
@@ -102,14 +106,39 @@ TEST_F(Loading, GridShowsEveryLineWithCaptionsCountsAndWidths) {
 }
 
 TEST_F(Loading, AFileThatCannotBeReadIsReportedAndTheRowsShownStay) {
-    FrmScriptOps& w = open("02,,5A\r\n");
-    w.cdldialog.setFileName(dir.file("missing.txt"));
-    w.cmdReload2_Click();
-    ASSERT_EQ(rig.dialogs.messages.size(), 1u);
-    EXPECT_EQ(rig.dialogs.messages[0].text.rfind("Script Load Error ", 0), 0u);
-    EXPECT_EQ(w.vbalGrid1.rowCount(), 1);
-    EXPECT_EQ(w.Caption.caption(), "[ t.txt ]    Script IC Send / Receive");
-    EXPECT_TRUE(w.cmdExecAll.enabled());
+    const std::pair<std::string, std::string> cases[] = {
+        {"missing.txt", "No such file or directory"},
+        {"folder", "Is a directory"},  // opens as a file, reads as nothing
+    };
+    std::filesystem::create_directory(dir.file("folder"));
+    for (const auto& [name, reason] : cases) {
+        FrmScriptOps& w = open("02,,5A\r\n");
+        rig.dialogs.messages.clear();
+        w.cdldialog.setFileName(dir.file(name));
+        const std::optional<LoadOutcome> load = w.cmdReload2_Click();
+        ASSERT_TRUE(load.has_value());
+        EXPECT_EQ(std::tuple(load->loaded, load->error, load->reason, load->path),
+                  std::tuple(false, CoreError::FileUnreadable, reason, dir.file(name)));
+        ASSERT_EQ(rig.dialogs.messages.size(), 1u) << name;
+        EXPECT_EQ(rig.dialogs.messages[0].text, "Script Load Error " + reason);
+        EXPECT_EQ(w.vbalGrid1.rowCount(), 1) << name;
+        EXPECT_EQ(w.Caption.caption(), "[ t.txt ]    Script IC Send / Receive");
+        EXPECT_TRUE(w.cmdExecAll.enabled());
+    }
+}
+
+TEST_F(Loading, TheLoadTellsItsNumbersAndMarksWhatItCouldNotReadInTheRow) {
+    FrmScriptOps& w =
+        open("\xEF\xBB\xBF`A62 # id\r\nZZ,QQ\r\n02,,5A\r\n`ENDM\r\n`EISTART\r\n`EIEND\r\n");
+    const std::optional<LoadOutcome> load = w.cmdReload2_Click();
+    ASSERT_TRUE(load.has_value());
+    EXPECT_EQ(std::tuple(load->loaded, load->rows, load->totalReads, load->endMainLine,
+                         load->intStartLine, load->intEndLine, load->remarks.size()),
+              std::tuple(true, 6, 1, 4, 5, 6, 2u));
+    // The mark hides no command; the rows load as always and say what they hold.
+    EXPECT_EQ(cell(w, 1, kColOperation) + "|" + cell(w, 1, kColComment) + "|" +
+                  cell(w, 2, kColComment) + "|" + cell(w, 2, kColRegAdr),
+              "Cmd:Set I2C Adr|# id UTF-8 byte-order mark skipped| Not hexadecimal: ZZ QQ|ZZ");
 }
 
 TEST_F(Loading, AFileOfMoreThan1000LinesStopsAtLine1000AndSaysSo) {
@@ -156,7 +185,21 @@ using Running = ScriptRig;
 TEST_F(Running, RunAllComparesCountsAndColours) {
     // Register 2 holds 5A, register 3 holds 00.
     FrmScriptOps& w = open("02,,5A\r\n03,,11\r\n10,55,55\r\n10\r\n");
-    w.cmdExecAll_Click();
+    const PassOutcome pass = w.cmdExecAll_Click();
+    std::vector<std::string> rows;
+    for (const RowOutcome& r : pass.rows) {
+        rows.push_back(r.line + " " + RowKindName(r.kind) + " " +
+                       (r.compare ? r.compare->expected + "/" + r.compare->actual : "-") +
+                       (r.failed()   ? " FAIL"
+                        : r.passed() ? " PASS"
+                                     : ""));
+    }
+    EXPECT_EQ(rows,
+              (std::vector<std::string>{"001 read 5A/5A PASS", "002 read 11/00 FAIL",
+                                        "003 write and read 55/55 PASS", "004 no transfer -"}));
+    EXPECT_EQ(std::tuple(pass.passed, pass.failed, pass.end, pass.lastMainRow, pass.rowsNotRun),
+              std::tuple(2, 1, PassEnd::Completed, 4, std::vector<int>{}));
+    EXPECT_EQ(pass.rows[2].write, (TransferOutcome{3, 3, CoreError::None}));
 
     EXPECT_EQ(tally(w), "2/1");
     EXPECT_EQ(cell(w, 2, kColActRd), "00");
@@ -196,24 +239,83 @@ TEST_F(Running, AbortOnFailStopsAfterTheFailingRow) {
     for (bool abortOnFail : {true, false}) {
         FrmScriptOps& w = open("03,,11\r\n03,,22\r\n02,,5A\r\n");
         w.chkAOF.setChecked(abortOnFail);
-        w.cmdExecAll_Click();
+        const PassOutcome pass = w.cmdExecAll_Click();
         EXPECT_EQ(tally(w), abortOnFail ? "0/1" : "1/2");
+        EXPECT_EQ(std::tuple(pass.end, pass.rowsNotRun),
+                  abortOnFail ? std::tuple(PassEnd::AbortOnFail, std::vector<int>{2, 3})
+                              : std::tuple(PassEnd::Completed, std::vector<int>{}));
     }
 }
 
 TEST_F(Running, CancelAtAKeypressPauseEndsRunAllAndLoopCont) {
     FrmScriptOps& w = open("02,,5A\r\n`w\r\n02,,5A\r\n");
     rig.dialogs.answers = {Dialogs::Answer::Cancel};
-    w.cmdExecAll_Click();
+    const PassOutcome pass = w.cmdExecAll_Click();
     EXPECT_EQ(w.txtRdPass.text(), "1");
     EXPECT_EQ(cell(w, 2, kColActRd), "Delay Keypress");
     EXPECT_EQ(rig.dialogs.messages.back().text,
               "Script Pause Line :2 Click OK to Continue, Cancel to Abort");
+    EXPECT_EQ(
+        std::tuple(pass.end, pass.rowsNotRun, pass.rows.back().kind, pass.rows.back().cancelled),
+        std::tuple(PassEnd::Cancelled, std::vector<int>{3}, RowKind::Pause, true));
 
     rig.dialogs.answers = {Dialogs::Answer::Ok, Dialogs::Answer::Ok, Dialogs::Answer::Cancel};
-    w.cmdRunContinuous_Click();
+    const LoopOutcome loop = w.cmdRunContinuous_Click();
     EXPECT_EQ(w.txtLoopCount.text(), "3");
+    EXPECT_EQ(std::tuple(loop.passesRun, loop.aborted, loop.end, loop.passes.size()),
+              std::tuple(3, true, PassEnd::Cancelled, 1u));  // the button keeps the last pass
     EXPECT_TRUE(w.cmdRunContinuous.visible() && !w.cmdAbort.visible());
+}
+
+// Abort ends Loop Cont at the first click, whenever it lands: between passes (the button stays
+// on show) or inside a row; a stop request does the same. The boxes then show the totals of
+// every pass that ran, the cut-off one included.
+TEST_F(Running, LoopContEndsAtTheFirstAbortAndShowsTheTotals) {
+    const struct {
+        const char* when;
+        int passes;  // 0: until the request
+        const char *loopCount, *tally;
+        std::vector<int> notRun;  // of the last pass
+    } cases[] = {
+        {"between passes", 0, "2", "2/2", {}},  // after pass 2
+        {"in a row", 0, "3", "3/2", {2}},       // in row 1 of pass 3
+        {"stop in a row", 0, "3", "3/2", {2}},
+        {"never", 4, "4", "4/4", {}},
+    };
+    for (const auto& c : cases) {
+        FrmScriptOps& w = open("02,,5A\r\n03,,11\r\n");  // a pass and a fail
+        const std::string when = c.when;
+        std::atomic<bool> stop{false};
+        bool abortShown = true;
+        w.txtLoopCount.onChange = [&] {
+            if (when != "between passes" || w.txtLoopCount.text() != "2") return;
+            abortShown = w.cmdAbort.visible();
+            w.cmdAbort_Click();
+        };
+        int started = 0;
+        w.onRowStarted = [&](int) {
+            if (++started != 5) return;
+            if (when == "in a row") w.cmdAbort_Click();
+            if (when == "stop in a row") stop = true;
+        };
+        LoopRequest request;
+        request.maxPasses = c.passes;
+        request.stop = &stop;
+        request.keepPasses = true;
+        const LoopOutcome loop = w.RunLoop(request);
+        EXPECT_TRUE(abortShown) << when;
+        EXPECT_EQ(w.txtLoopCount.text() + " " + tally(w), std::string(c.loopCount) + " " + c.tally)
+            << when;
+        ASSERT_EQ(loop.passes.size(), std::stoul(c.loopCount)) << when;
+        EXPECT_EQ(loop.passes.back().rowsNotRun, c.notRun) << when;
+        const std::string totals = c.tally;  // "passes/fails"
+        EXPECT_EQ(std::tuple(loop.aborted, loop.comparesPassed, loop.failed),
+                  std::tuple(c.passes == 0, std::stoi(totals),
+                             std::stoi(totals.substr(totals.find('/') + 1))))
+            << when;
+        w.txtLoopCount.onChange = nullptr;
+        w.onRowStarted = nullptr;
+    }
 }
 
 TEST_F(Running, DelaysSleepThroughThePump) {
@@ -249,20 +351,32 @@ TEST_F(Running, IllegalAddressIsRefusedAndTheRunGoesOn) {
 TEST_F(Running, ARowOfMoreThan255BytesIsMarkedAndNotSent) {
     const std::string data(600, 'A');  // 300 bytes
     FrmScriptOps& w = open("10," + data + "\r\n02,,5A\r\n");
-    w.cmdExecAll_Click();
+    const PassOutcome pass = w.cmdExecAll_Click();
+    EXPECT_EQ(std::tuple(pass.rows[0].kind, pass.rows[0].error, pass.failed),
+              std::tuple(RowKind::NotSent, CoreError::NotSent, 1));
     EXPECT_EQ(back(w, 1, kColOperation), RgbColor(kCellRed));
     EXPECT_NE(cell(w, 1, kColComment).find("Not sent: more than 255 bytes"), std::string::npos);
     EXPECT_EQ(requests(), (std::vector<Bytes>{{1, 0x61, 0x02}}));
 }
 
-TEST_F(Running, WriteAndReadCountErrorsAreLoggedAndColoured) {
-    FrmScriptOps& w = open("`A62\r\n10,55,55\r\n");
-    w.cmdExecAll_Click();
+// The boxes count compares only; the outcome fails every row not done in full, also a read of
+// nobody whose expected data happens to be the zeros of an empty reply.
+TEST_F(Running, WriteAndReadCountErrorsAreLoggedColouredAndFailTheRow) {
+    FrmScriptOps& w = open("`A62\r\n10,55,55\r\n10,55\r\n02,,00\r\n");
+    const PassOutcome pass = w.cmdExecAll_Click();
     EXPECT_EQ(std::pair(back(w, 2, kColDataWr), back(w, 2, kColDataRd)),
               std::pair(RgbColor(kCellRed), RgbColor(kCellRed)));
     EXPECT_NE(rig.log().find("Write Qty Error Script Line 2 Actual= 0"), std::string::npos);
     EXPECT_NE(rig.log().find("Read Qty Error Script Line 2 Actual :0"), std::string::npos);
-    EXPECT_EQ(tally(w), "0/1");
+    EXPECT_EQ(tally(w), "1/1");
+    ASSERT_EQ(pass.rows.size(), 4u);
+    const RowOutcome &writeRead = pass.rows[1], &write = pass.rows[2], &read = pass.rows[3];
+    EXPECT_EQ(std::tuple(writeRead.write, writeRead.read, writeRead.error),
+              std::tuple(TransferOutcome{3, 0, CoreError::NotAcknowledged},
+                         TransferOutcome{1, 0, CoreError::ShortRead}, CoreError::NotAcknowledged));
+    EXPECT_EQ(std::tuple(write.error, read.error, read.compare->passed),
+              std::tuple(CoreError::NotAcknowledged, CoreError::ShortRead, true));
+    EXPECT_EQ(std::tuple(pass.passed, pass.failed), std::tuple(0, 3));
 }
 
 TEST_F(Running, EightDigitGpioRowSetsEnablesComparesAndKeepsTheIdleValue) {
@@ -292,7 +406,8 @@ TEST_F(Running, ASingleRowSelectedWhileIdleOpensAndClosesTheBoard) {
 TEST_F(Running, AReadThatCouldNotTakePlaceLeavesActRdEmpty) {
     FrmScriptOps& w = open("02,,5A\r\n");
     rig.board.failInit(usb_status::kNoDevice);  // the board never opens
-    w.cmdExecAll_Click();
+    const PassOutcome pass = w.cmdExecAll_Click();
+    EXPECT_EQ(pass.rows.at(0).read, (TransferOutcome{1, 0, CoreError::NoBoard}));
     EXPECT_EQ(cell(w, 1, kColActRd), "");
     EXPECT_EQ(tally(w), "0/1");
 }
