@@ -72,7 +72,9 @@ protected:
             {"s.txt", "02,,5A\r\n`S\r\n"},
             {"s_DL.txt", "03,,77\r\n"},  // a record of an earlier run, which would fail
             {"junk.txt", "ZZ,QQ,RR\r\n"},
-            {"bom.txt", "\xEF\xBB\xBF" "02,,5A\r\n"},
+            {"bom.txt",
+             "\xEF\xBB\xBF"
+             "02,,5A\r\n"},
         };
         for (const auto& [name, text] : files) WriteBytes(dir.file(name), text);
         std::filesystem::create_directories(dir.file("blocked/s_DL.txt"));
