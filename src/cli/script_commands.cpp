@@ -513,8 +513,8 @@ int Run(const Options& o) {
             std::vector<Case> cases = PassCases(outcome, load, std::to_string(pass), why,
                                                 DataLogPath(w.cdldialog.fileName));
             progress.pass(FileName(path), pass, o.loop, outcome.passed, outcome.failed);
-            progress.clear();
-            if (!o.quiet && !o.json) {
+            if (!o.quiet && !o.json && !cases.empty()) {
+                progress.clear();
                 for (const Case& c : cases) PrintCase(c, shownName);
             }
             suite.cases.insert(suite.cases.end(), cases.begin(), cases.end());

@@ -69,8 +69,8 @@ TEST(Options, ValueOfAnOptionIsNotReadAsAnOption) {
 
 TEST(Options, HelpTextNamesEveryOptionAndTheDefaults) {
     const std::string text = UsageText("i2cbridge");
-    for (const char* word : {"--simulate", "--vid", "--pid", "--screenshot", "-h, --help",
-                             "-v, --version", "0x0547", "0x2005"}) {
+    for (const char* word : {"--simulate", "--vid", "--pid", "--screenshot", "--log FILE",
+                             "-h, --help", "-V, --version", "0x0547", "0x2005"}) {
         EXPECT_NE(text.find(word), std::string::npos) << word;
     }
 }
@@ -83,6 +83,7 @@ TEST(Options, HelpAndVersionInBothSpellings) {
     } cases[] = {{"--help", true, false},
                  {"-h", true, false},
                  {"--version", false, true},
+                 {"-V", false, true},
                  {"-v", false, true}};
     for (const auto& c : cases) {
         const CommandLine cl = Parse({c.arg});
