@@ -277,6 +277,20 @@ TEST_F(Running, EightDigitGpioRowSetsEnablesComparesAndKeepsTheIdleValue) {
     EXPECT_EQ(tally(w), "1/1");
 }
 
+// A GPIO row has no I2C address: the next script loaded into the window must not start from
+// address 00, the general call address.
+TEST_F(Running, AGpioScriptLeavesTheAddressTheNextLoadStartsFrom) {
+    FrmScriptOps& w = open("`G5AA5\r\n");
+    w.cmdExecAll_Click();
+    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
+    rig.wb->i2c.setAddress(0);  // left behind by any other window's rows
+    const std::string next = dir.file("next.txt");
+    WriteBytes(next, "02,,5A\r\n");
+    rig.dialogs.openChoices.push_back(next);
+    w.mnuScript_Read_Click();
+    EXPECT_EQ(cell(w, 1, kColI2CAdr), "60");
+}
+
 TEST_F(Running, ASingleRowSelectedWhileIdleOpensAndClosesTheBoard) {
     FrmScriptOps& w = open("02,,5A\r\n03,,00\r\n");
     for (bool heldOpen : {false, true}) {
