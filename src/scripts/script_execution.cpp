@@ -156,9 +156,12 @@ void FrmScriptOps::transfer(int n) {
     // A frame's count byte cannot carry more than 255 bytes; such a row is never sent cut.
     if (writeCount > kMaxFrameCount || r.DataRdBytes > kMaxFrameCount) {
         vbalGrid1.setBack(n, kColOperation, kCellRed);
-        vbalGrid1.setText(
-            n, kColComment,
-            cellText(n, kColComment) + " Not sent: more than 255 bytes for one frame");
+        static constexpr std::string_view kNotSent = " Not sent: more than 255 bytes for one frame";
+        const std::string& comment = cellText(n, kColComment);
+        // Once per load: a row run again keeps its one remark.
+        if (!comment.ends_with(kNotSent)) {
+            vbalGrid1.setText(n, kColComment, comment + std::string(kNotSent));
+        }
         return;
     }
     if (writeCount >= 1 && usb.UsbOpen) Write_I2C(n);
