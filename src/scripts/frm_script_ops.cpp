@@ -195,8 +195,8 @@ bool FrmScriptOps::LoadScriptFile() {
     // Rows before the first address command take the address this window shows, not whatever
     // address the last row of any script left behind.
     const int shown = HexToInt(txtI2CAdr.text());
-    script = ReadScript(bytes, UsableAddress(shown) ? static_cast<uint8_t>(shown)
-                                                    : wb_.i2c.I2CWriteAddress);
+    script = ReadScript(
+        bytes, UsableAddress(shown) ? static_cast<uint8_t>(shown) : wb_.i2c.I2CWriteAddress);
     lastExecutedRow = 0;
     const int lines = rowCount();
     vbalGrid1.resetRows(lines);
