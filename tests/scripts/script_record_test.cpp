@@ -133,7 +133,7 @@ TEST_F(Record, BrowseNamesANewFile) {
 }
 
 TEST_F(Record, AFailedWriteIsReportedAndTheLabelKeepsItsText) {
-    FrmScriptOps& w = open("02,,5A\r\n");
+    FrmScriptOps& w = open("`S\r\n");
     w.Label18.setCaption("before");
     const std::string target = dir.file("missing/a1.txt");
     w.txtFilePath.setText(target);
@@ -151,6 +151,13 @@ TEST_F(Record, AFailedWriteIsReportedAndTheLabelKeepsItsText) {
                             "Script not written to " + target + ": No such file or directory"}));
     EXPECT_EQ(w.Label18.caption(), "before");
     EXPECT_EQ(dir.entries(), 1);  // the script alone: nothing left behind
+
+    // A Save File step whose record cannot be written fails its row, with the reason.
+    std::filesystem::create_directory(dir.file("a1_DL.txt"));
+    const PassOutcome pass = w.cmdExecAll_Click();
+    EXPECT_EQ(
+        std::tuple(pass.rows.at(0).kind, pass.rows[0].error, pass.rows[0].reason, pass.failed),
+        std::tuple(RowKind::SaveFile, CoreError::FileUnwritable, std::string("Is a directory"), 1));
 }
 
 TEST_F(Record, SaveFileStepAppendsOneScriptPerPassToTheDataLog) {
@@ -168,17 +175,6 @@ TEST_F(Record, SaveFileStepAppendsOneScriptPerPassToTheDataLog) {
     EXPECT_EQ(log, pass + "# log# AutoUpdated: 11-18-2026 17:05:09 Looping: 1\r\n02,,5A\r\n`S\r\n");
     EXPECT_EQ(ReadBytes(path), script);  // the script itself is untouched
     EXPECT_TRUE(w.chkAppend.checked());
-}
-
-TEST_F(Record, ASaveFileStepWhoseRecordCannotBeWrittenFailsItsRow) {
-    FrmScriptOps& w = open("02,,5A\r\n`S\r\n02,,5A\r\n");
-    std::filesystem::create_directory(dir.file("a1_DL.txt"));  // the record's name is taken
-    const PassOutcome pass = w.cmdExecAll_Click();
-    ASSERT_EQ(pass.rows.size(), 3u);
-    EXPECT_EQ(
-        std::tuple(pass.rows[1].kind, pass.rows[1].error, pass.rows[1].reason),
-        std::tuple(RowKind::SaveFile, CoreError::FileUnwritable, std::string("Is a directory")));
-    EXPECT_EQ(std::tuple(pass.passed, pass.failed, w.txtRdFails.text()), std::tuple(2, 1, "0"));
 }
 
 // --- Interrupt sampling -----------------------------------------------------------------------
