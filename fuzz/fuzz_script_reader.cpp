@@ -1,6 +1,7 @@
 // Feeds arbitrary bytes to the script reader and checks what must hold for any text: one row
 // per line up to the limit, the lines kept byte for byte, byte counts that match their cells,
-// cells that come from their own line, and line numbers that point at their commands.
+// cells that come from their own line, line numbers that point at their commands, and remarks
+// that name real lines.
 
 #include <algorithm>
 #include <cstdint>
@@ -36,6 +37,15 @@ std::string Normalised(std::string_view text) {
     return out;
 }
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// Line n as the reader parses it: a byte-order mark at the start of the text is no part of it.
+std::string Parsed(const ScriptLoad& load, std::size_t index) {
+    const std::string& line = load.ScriptLines[index];
+    return index == 0 && line.starts_with(kByteOrderMark) ? line.substr(kByteOrderMark.size())
+                                                          : line;
+}
+
 bool IsPrefixOf(std::string_view part, std::string_view whole) {
     return whole.substr(0, part.size()) == part;
 }
@@ -64,7 +74,7 @@ std::string CommandText(std::string line) {
 void CheckLineNumber(int16_t line, const ScriptLoad& load, std::string_view command) {
     if (line == 0) return;
     Check(line >= 1 && static_cast<std::size_t>(line) <= load.rows.size(), "line out of range");
-    Check(CommandText(load.ScriptLines[static_cast<std::size_t>(line) - 1]) == command,
+    Check(CommandText(Parsed(load, static_cast<std::size_t>(line) - 1)) == command,
           "a line number points at another command");
 }
 
@@ -97,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::size_t widestWr = 2, widestRd = 2;
     for (std::size_t i = 0; i < load.rows.size(); ++i) {
         const ScriptRow& row = load.rows[i];
-        const std::string& line = load.ScriptLines[i];
+        const std::string line = Parsed(load, i);
         std::string number = std::to_string(i + 1);
         if (number.size() < 3) number.insert(0, 3 - number.size(), '0');
         Check(row.Line == number, "wrong Line cell");
@@ -150,6 +160,35 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     CheckLineNumber(load.IntStartLine, load, "`EISTART");
     CheckLineNumber(load.IntEndLine, load, "`EIEND");
+
+    // Remarks in line order, on real lines: the mark on line 1, junk on data and GPIO lines, the
+    // limit on the first line past it.
+    int last = 0;
+    for (const ScriptRemark& r : load.remarks) {
+        Check(r.line >= last && r.line >= 1 && static_cast<std::size_t>(r.line) <= lines.size(),
+              "a remark out of order or off the text");
+        last = r.line;
+        const std::size_t index = static_cast<std::size_t>(r.line) - 1;
+        switch (r.kind) {
+            case RemarkKind::ByteOrderMark:
+                Check(r.line == 1 && text.starts_with(kByteOrderMark), "a mark remark without one");
+                break;
+            case RemarkKind::PastLineLimit:
+                Check(load.truncated && index == limit, "a limit remark on a short text");
+                break;
+            case RemarkKind::NotHexadecimal:
+                Check(index < load.rows.size() && (load.rows[index].I2CAdr == "GPIO" ||
+                                                   Parsed(load, index).front() != kCommandPrefix),
+                      "a hex remark on a command that holds no hex");
+                break;
+        }
+    }
+    Check(text.starts_with(kByteOrderMark) ==
+              (!load.remarks.empty() && load.remarks[0].kind == RemarkKind::ByteOrderMark),
+          "a byte-order mark not remarked");
+    Check(load.truncated ==
+              (!load.remarks.empty() && load.remarks.back().kind == RemarkKind::PastLineLimit),
+          "a cut text not remarked");
 
     Check(ReadScript(text, window) == load, "two readings differ");
     return 0;

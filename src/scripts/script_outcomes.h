@@ -135,6 +135,7 @@ struct WriteBackOutcome {
     std::string path;  // the file written, or not written
     bool appended = false;
     int lines = 0;                      // script lines written
+    std::string earlierKeptAs;          // NAME~, where a file that is no data log was replaced
     CoreError error = CoreError::None;  // FileUnwritable when not written
     std::string reason;                 // the system's reason
 };

@@ -71,7 +71,11 @@ TEST(RecordText, DataLogGoesBeforeTheExtension) {
         {"/tests/a1", "/tests/a1_DL"},           {"/tests.d/a1", "/tests.d/a1_DL"},
         {"/tests/.hidden", "/tests/.hidden_DL"}, {"C:\\tests\\a1.txt", "C:\\tests\\a1_DL.txt"},
     };
-    for (const auto& [script, log] : cases) EXPECT_EQ(DataLogPath(script), log) << script;
+    for (const auto& [script, log] : cases) {
+        EXPECT_EQ(DataLogPath(script), log) << script;
+        EXPECT_EQ(std::pair(IsDataLogPath(script), IsDataLogPath(log)), std::pair(false, true))
+            << script;
+    }
 }
 
 // --- Write to Disk and Save File --------------------------------------------------------------
@@ -80,29 +84,56 @@ using Record = RecordRig;
 
 TEST_F(Record, WriteToDiskPutsTheDataReadIntoTheScript) {
     FrmScriptOps& w = open("# bench test\r\n02,,11 # id\r\n03,,--\r\n`ENDM\r\n02,,77\r\n");
+    const std::string original = ReadBytes(path);
     w.cmdExecAll_Click();
     w.cmdBrowse_Click();  // cancelled: the script's own path stays preset
     EXPECT_EQ(w.txtFilePath.text(), path);
-    EXPECT_EQ(rig.dialogs.openShown.back().title, "Select File For Update");
-    const WriteBackOutcome written = w.cmdStartRec_Click();
-    EXPECT_EQ(
-        std::tuple(written.written, written.path, written.lines, written.appended, written.error),
-        std::tuple(true, path, 5, false, CoreError::None));
+    EXPECT_EQ(rig.dialogs.saveShown.back().title, "Select File For Update");
+    const WriteBackOutcome outcome = w.cmdStartRec_Click();
+    EXPECT_EQ(std::tuple(outcome.written, outcome.path, outcome.lines, outcome.appended,
+                         outcome.error, outcome.earlierKeptAs),
+              std::tuple(true, path, 5, false, CoreError::None, path + "~"));
 
-    // Row 5 did not run (after End Main) and keeps its expected data.
-    EXPECT_EQ(ReadBytes(path),
-              "# bench test# AutoUpdated: 11-18-2026 17:05:09 Looping: 0\r\n02,,5A # id\r\n"
-              "03,,00\r\n`ENDM\r\n02,,77\r\n");
+    // Row 5 did not run (after End Main) and keeps its expected data. The script replaced is
+    // kept as NAME~, and the log says so.
+    const std::string written =
+        "# bench test# AutoUpdated: 11-18-2026 17:05:09 Looping: 0\r\n02,,5A # id\r\n"
+        "03,,00\r\n`ENDM\r\n02,,77\r\n";
+    EXPECT_EQ(ReadBytes(path), written);
+    EXPECT_EQ(ReadBytes(path + "~"), original);
+    EXPECT_NE(rig.log().find("The earlier " + path + " is kept as " + path + "~"),
+              std::string::npos);
     EXPECT_EQ(w.Label18.caption(), "5 Script written: 11-18-2026 17:05:09");
 
     w.chkAppend.setChecked(true);
     w.cmdStartRec_Click();
-    const std::string once = ReadBytes(path).substr(0, ReadBytes(path).size() / 2);
-    EXPECT_EQ(ReadBytes(path), once + once);
+    EXPECT_EQ(ReadBytes(path), written + written);
+    EXPECT_EQ(ReadBytes(path + "~"), written);  // one generation
+
+    // Where the earlier version cannot be kept, the file is not touched.
+    std::filesystem::remove(path + "~");
+    std::filesystem::create_directory(path + "~");
+    w.cmdStartRec_Click();
+    EXPECT_EQ(ReadBytes(path), written + written);
+    ASSERT_EQ(rig.dialogs.messages.size(), 1u);
+    EXPECT_EQ(rig.dialogs.messages[0].text.rfind(
+                  "Script not written to " + path + ": the earlier version could not be kept", 0),
+              0u);
+}
+
+TEST_F(Record, BrowseNamesANewFile) {
+    FrmScriptOps& w = open("02,,11\r\n");
+    const std::string fresh = dir.file("new_record.txt");
+    rig.dialogs.saveChoices.push_back(fresh);
+    w.cmdBrowse_Click();
+    EXPECT_TRUE(rig.dialogs.saveShown.back().flags & kDialogNoOverwritePrompt);
+    w.cmdStartRec_Click();
+    EXPECT_EQ(ReadBytes(fresh).substr(0, 6), "02,,11");
+    EXPECT_FALSE(std::filesystem::exists(fresh + "~"));
 }
 
 TEST_F(Record, AFailedWriteIsReportedAndTheLabelKeepsItsText) {
-    FrmScriptOps& w = open("02,,5A\r\n");
+    FrmScriptOps& w = open("`S\r\n");
     w.Label18.setCaption("before");
     const std::string target = dir.file("missing/a1.txt");
     w.txtFilePath.setText(target);
@@ -120,6 +151,13 @@ TEST_F(Record, AFailedWriteIsReportedAndTheLabelKeepsItsText) {
                             "Script not written to " + target + ": No such file or directory"}));
     EXPECT_EQ(w.Label18.caption(), "before");
     EXPECT_EQ(dir.entries(), 1);  // the script alone: nothing left behind
+
+    // A Save File step whose record cannot be written fails its row, with the reason.
+    std::filesystem::create_directory(dir.file("a1_DL.txt"));
+    const PassOutcome pass = w.cmdExecAll_Click();
+    EXPECT_EQ(
+        std::tuple(pass.rows.at(0).kind, pass.rows[0].error, pass.rows[0].reason, pass.failed),
+        std::tuple(RowKind::SaveFile, CoreError::FileUnwritable, std::string("Is a directory"), 1));
 }
 
 TEST_F(Record, SaveFileStepAppendsOneScriptPerPassToTheDataLog) {
@@ -137,17 +175,6 @@ TEST_F(Record, SaveFileStepAppendsOneScriptPerPassToTheDataLog) {
     EXPECT_EQ(log, pass + "# log# AutoUpdated: 11-18-2026 17:05:09 Looping: 1\r\n02,,5A\r\n`S\r\n");
     EXPECT_EQ(ReadBytes(path), script);  // the script itself is untouched
     EXPECT_TRUE(w.chkAppend.checked());
-}
-
-TEST_F(Record, ASaveFileStepWhoseRecordCannotBeWrittenFailsItsRow) {
-    FrmScriptOps& w = open("02,,5A\r\n`S\r\n02,,5A\r\n");
-    std::filesystem::create_directory(dir.file("a1_DL.txt"));  // the record's name is taken
-    const PassOutcome pass = w.cmdExecAll_Click();
-    ASSERT_EQ(pass.rows.size(), 3u);
-    EXPECT_EQ(
-        std::tuple(pass.rows[1].kind, pass.rows[1].error, pass.rows[1].reason),
-        std::tuple(RowKind::SaveFile, CoreError::FileUnwritable, std::string("Is a directory")));
-    EXPECT_EQ(std::tuple(pass.passed, pass.failed, w.txtRdFails.text()), std::tuple(2, 1, "0"));
 }
 
 // --- Interrupt sampling -----------------------------------------------------------------------

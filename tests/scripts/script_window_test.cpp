@@ -112,7 +112,8 @@ TEST_F(Loading, AFileThatCannotBeReadIsReportedAndTheRowsShownStay) {
     };
     std::filesystem::create_directory(dir.file("folder"));
     for (const auto& [name, reason] : cases) {
-        FrmScriptOps& w = open("02,,5A\r\n");
+        FrmScriptOps& w = open("02,,5A\r\n`EISTART\r\n`EIEND\r\n");
+        w.cmdExecAll_Click();
         rig.dialogs.messages.clear();
         w.cdldialog.setFileName(dir.file(name));
         const std::optional<LoadOutcome> load = w.cmdReload2_Click();
@@ -121,7 +122,11 @@ TEST_F(Loading, AFileThatCannotBeReadIsReportedAndTheRowsShownStay) {
                   std::tuple(false, CoreError::FileUnreadable, reason, dir.file(name)));
         ASSERT_EQ(rig.dialogs.messages.size(), 1u) << name;
         EXPECT_EQ(rig.dialogs.messages[0].text, "Script Load Error " + reason);
-        EXPECT_EQ(w.vbalGrid1.rowCount(), 1) << name;
+        EXPECT_EQ(w.vbalGrid1.rowCount(), 3) << name;
+        // Every box still tells of the rows in force.
+        EXPECT_EQ(tally(w) + " " + w.txttotReads.text() + " " + w.txtIstart.text() + "-" +
+                      w.txtIend.text() + " " + std::to_string(rig.wb->script.IntEndLine),
+                  "1/0 1 2-3 3");
         EXPECT_EQ(w.Caption.caption(), "[ t.txt ]    Script IC Send / Receive");
         EXPECT_TRUE(w.cmdExecAll.enabled());
     }
@@ -182,9 +187,13 @@ TEST_F(Loading, TheAddressBoxReloadsOrRefuses) {
 
 using Running = ScriptRig;
 
+// The main part ends before the End Main row.
 TEST_F(Running, RunAllComparesCountsAndColours) {
     // Register 2 holds 5A, register 3 holds 00.
-    FrmScriptOps& w = open("02,,5A\r\n03,,11\r\n10,55,55\r\n10\r\n");
+    FrmScriptOps& w = open("02,,5A\r\n03,,11\r\n10,55,55\r\n10\r\n`w250\r\n`ENDM\r\n02,,5A\r\n");
+    std::string totalDuringRun;
+    rig.pump.atYield(10010, [&] { totalDuringRun = w.txtTotLines.text(); });
+    const long slept = rig.pump.sleptMs;
     const PassOutcome pass = w.cmdExecAll_Click();
     std::vector<std::string> rows;
     for (const RowOutcome& r : pass.rows) {
@@ -194,18 +203,21 @@ TEST_F(Running, RunAllComparesCountsAndColours) {
                         : r.passed() ? " PASS"
                                      : ""));
     }
-    EXPECT_EQ(rows,
-              (std::vector<std::string>{"001 read 5A/5A PASS", "002 read 11/00 FAIL",
-                                        "003 write and read 55/55 PASS", "004 no transfer -"}));
+    EXPECT_EQ(rows, (std::vector<std::string>{"001 read 5A/5A PASS", "002 read 11/00 FAIL",
+                                              "003 write and read 55/55 PASS", "004 no transfer -",
+                                              "005 delay -"}));
     EXPECT_EQ(std::tuple(pass.passed, pass.failed, pass.end, pass.lastMainRow, pass.rowsNotRun),
-              std::tuple(2, 1, PassEnd::Completed, 4, std::vector<int>{}));
+              std::tuple(2, 1, PassEnd::Completed, 5, std::vector<int>{}));
+    EXPECT_EQ(std::tuple(totalDuringRun, cell(w, 5, kColActRd), rig.pump.sleptMs - slept,
+                         cell(w, 7, kColActRd)),
+              std::tuple("6", "Delay 250", 250, "--"));
     EXPECT_EQ(pass.rows[2].write, (TransferOutcome{3, 3, CoreError::None}));
 
     EXPECT_EQ(tally(w), "2/1");
     EXPECT_EQ(cell(w, 2, kColActRd), "00");
     EXPECT_EQ(back(w, 1, kColActRd), RgbColor(kCellGreen));
     EXPECT_EQ(back(w, 2, kColActRd), RgbColor(kCellRed));
-    for (int n = 1; n <= 4; ++n) EXPECT_EQ(back(w, n, kColI2CAdr), RgbColor(kCellGreen)) << n;
+    for (int n = 1; n <= 6; ++n) EXPECT_EQ(back(w, n, kColI2CAdr).has_value(), n != 6) << n;
     EXPECT_EQ(w.txtRunning.text(), "Done");
     EXPECT_TRUE(w.frmDataRecord.visible());
     EXPECT_FALSE(rig.wb->usb.UsbOpen || rig.wb->usb.ManualUsbConnect);
@@ -223,16 +235,6 @@ TEST_F(Running, FramesOfMultiByteRowsAndRowsWithoutRegister) {
                   {4, 0xA0, 0x00, 0x10, 0xAA, 0x55}, {2, 0xA1, 0x00, 0x10}, {1, 0x60, 0xAB}}));
     EXPECT_EQ(w.txtRdPass.text(), "1");
     EXPECT_FALSE(back(w, 2, kColDataWr).has_value());  // count 5 acknowledged
-}
-
-TEST_F(Running, EndMainEndsTheMainPart) {
-    FrmScriptOps& w = open("02,,5A\r\n02,,5A\r\n`ENDM\r\n02,,5A\r\n");
-    std::string totalDuringRun;
-    rig.pump.atYield(10010, [&] { totalDuringRun = w.txtTotLines.text(); });
-    w.cmdExecAll_Click();
-    EXPECT_EQ(totalDuringRun, "3");
-    EXPECT_EQ(tally(w), "2/0");
-    EXPECT_EQ(cell(w, 4, kColActRd), "--");
 }
 
 TEST_F(Running, AbortOnFailStopsAfterTheFailingRow) {
@@ -255,15 +257,15 @@ TEST_F(Running, CancelAtAKeypressPauseEndsRunAllAndLoopCont) {
     EXPECT_EQ(cell(w, 2, kColActRd), "Delay Keypress");
     EXPECT_EQ(rig.dialogs.messages.back().text,
               "Script Pause Line :2 Click OK to Continue, Cancel to Abort");
-    EXPECT_EQ(
-        std::tuple(pass.end, pass.rowsNotRun, pass.rows.back().kind, pass.rows.back().cancelled),
-        std::tuple(PassEnd::Cancelled, std::vector<int>{3}, RowKind::Pause, true));
+    EXPECT_EQ(std::tuple(pass.end, pass.rowsNotRun, pass.rows.back().cancelled),
+              std::tuple(PassEnd::Cancelled, std::vector<int>{3}, true));
 
     rig.dialogs.answers = {Dialogs::Answer::Ok, Dialogs::Answer::Ok, Dialogs::Answer::Cancel};
     const LoopOutcome loop = w.cmdRunContinuous_Click();
     EXPECT_EQ(w.txtLoopCount.text(), "3");
-    EXPECT_EQ(std::tuple(loop.passesRun, loop.aborted, loop.end, loop.passes.size()),
-              std::tuple(3, true, PassEnd::Cancelled, 1u));  // the button keeps the last pass
+    // The button keeps only the last pass.
+    EXPECT_EQ(std::tuple(loop.passesRun, loop.end, loop.passes.size()),
+              std::tuple(3, PassEnd::Cancelled, 1u));
     EXPECT_TRUE(w.cmdRunContinuous.visible() && !w.cmdAbort.visible());
 }
 
@@ -272,69 +274,42 @@ TEST_F(Running, CancelAtAKeypressPauseEndsRunAllAndLoopCont) {
 // every pass that ran, the cut-off one included.
 TEST_F(Running, LoopContEndsAtTheFirstAbortAndShowsTheTotals) {
     const struct {
-        const char* when;
-        int passes;  // 0: until the request
-        const char *loopCount, *tally;
+        std::string when;
+        int passes;               // 0: until the request
+        std::string shown;        // loop count, passes/fails
         std::vector<int> notRun;  // of the last pass
     } cases[] = {
-        {"between passes", 0, "2", "2/2", {}},  // after pass 2
-        {"in a row", 0, "3", "3/2", {2}},       // in row 1 of pass 3
-        {"stop in a row", 0, "3", "3/2", {2}},
-        {"never", 4, "4", "4/4", {}},
+        {"between passes", 0, "2 2/2", {}},  // after pass 2
+        {"in a row", 0, "3 3/2", {2}},       // in row 1 of pass 3
+        {"stop in a row", 0, "3 3/2", {2}},
+        {"never", 4, "4 4/4", {}},
     };
     for (const auto& c : cases) {
         FrmScriptOps& w = open("02,,5A\r\n03,,11\r\n");  // a pass and a fail
-        const std::string when = c.when;
         std::atomic<bool> stop{false};
         bool abortShown = true;
         w.txtLoopCount.onChange = [&] {
-            if (when != "between passes" || w.txtLoopCount.text() != "2") return;
+            if (c.when != "between passes" || w.txtLoopCount.text() != "2") return;
             abortShown = w.cmdAbort.visible();
             w.cmdAbort_Click();
         };
         int started = 0;
         w.onRowStarted = [&](int) {
-            if (++started != 5) return;
-            if (when == "in a row") w.cmdAbort_Click();
-            if (when == "stop in a row") stop = true;
+            if (++started == 5 && c.when == "in a row") w.cmdAbort_Click();
+            if (started == 5 && c.when == "stop in a row") stop = true;
         };
-        LoopRequest request;
-        request.maxPasses = c.passes;
-        request.stop = &stop;
-        request.keepPasses = true;
-        const LoopOutcome loop = w.RunLoop(request);
-        EXPECT_TRUE(abortShown) << when;
-        EXPECT_EQ(w.txtLoopCount.text() + " " + tally(w), std::string(c.loopCount) + " " + c.tally)
-            << when;
-        ASSERT_EQ(loop.passes.size(), std::stoul(c.loopCount)) << when;
-        EXPECT_EQ(loop.passes.back().rowsNotRun, c.notRun) << when;
-        const std::string totals = c.tally;  // "passes/fails"
-        EXPECT_EQ(std::tuple(loop.aborted, loop.comparesPassed, loop.failed),
-                  std::tuple(c.passes == 0, std::stoi(totals),
-                             std::stoi(totals.substr(totals.find('/') + 1))))
-            << when;
+        const LoopOutcome loop = w.RunLoop({c.passes, &stop, true, {}});
+        EXPECT_TRUE(abortShown) << c.when;
+        EXPECT_EQ(w.txtLoopCount.text() + " " + tally(w), c.shown) << c.when;
+        EXPECT_EQ(
+            std::tuple(std::to_string(loop.passes.size()) + " " +
+                           std::to_string(loop.comparesPassed) + "/" + std::to_string(loop.failed),
+                       loop.passes.back().rowsNotRun, loop.aborted),
+            std::tuple(c.shown, c.notRun, c.passes == 0))
+            << c.when;
         w.txtLoopCount.onChange = nullptr;
         w.onRowStarted = nullptr;
     }
-}
-
-TEST_F(Running, DelaysSleepThroughThePump) {
-    FrmScriptOps& w = open("`w250\r\n");
-    const long before = rig.pump.sleptMs;
-    w.cmdExecAll_Click();
-    EXPECT_EQ(cell(w, 1, kColActRd), "Delay 250");
-    EXPECT_EQ(rig.pump.sleptMs - before, 250);
-}
-
-TEST_F(Running, AbortPressedInsideAYieldStopsAfterTheRowInProgress) {
-    std::string text;
-    for (int i = 0; i < 10; ++i) text += "02,,5A\r\n";
-    FrmScriptOps& w = open(text);
-    // Well after the open's yields, inside row 1 or 2.
-    rig.pump.atYield(10010, [&] { w.cmdAbort_Click(); });
-    w.cmdExecAll_Click();
-    EXPECT_TRUE(tally(w) == "1/0" || tally(w) == "2/0") << tally(w);
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
 }
 
 TEST_F(Running, IllegalAddressIsRefusedAndTheRunGoesOn) {
@@ -351,32 +326,25 @@ TEST_F(Running, IllegalAddressIsRefusedAndTheRunGoesOn) {
 TEST_F(Running, ARowOfMoreThan255BytesIsMarkedAndNotSent) {
     const std::string data(600, 'A');  // 300 bytes
     FrmScriptOps& w = open("10," + data + "\r\n02,,5A\r\n");
-    const PassOutcome pass = w.cmdExecAll_Click();
+    w.cmdExecAll_Click();
+    const PassOutcome pass = w.cmdExecAll_Click();  // the remark is made once, not once per run
     EXPECT_EQ(std::tuple(pass.rows[0].kind, pass.rows[0].error, pass.failed),
               std::tuple(RowKind::NotSent, CoreError::NotSent, 1));
     EXPECT_EQ(back(w, 1, kColOperation), RgbColor(kCellRed));
-    EXPECT_NE(cell(w, 1, kColComment).find("Not sent: more than 255 bytes"), std::string::npos);
-    EXPECT_EQ(requests(), (std::vector<Bytes>{{1, 0x61, 0x02}}));
+    EXPECT_EQ(cell(w, 1, kColComment), " Not sent: more than 255 bytes for one frame");
+    EXPECT_EQ(requests(), (std::vector<Bytes>{{1, 0x61, 0x02}, {1, 0x61, 0x02}}));
 }
 
-// The boxes count compares only; the outcome fails every row not done in full, also a read of
-// nobody whose expected data happens to be the zeros of an empty reply.
-TEST_F(Running, WriteAndReadCountErrorsAreLoggedColouredAndFailTheRow) {
-    FrmScriptOps& w = open("`A62\r\n10,55,55\r\n10,55\r\n02,,00\r\n");
+// A device that does not answer: the boxes count compares only, and the zeros of an empty
+// reply equal the expected 00; the outcome fails every row not done in full.
+TEST_F(Running, UnacknowledgedRowsFailInTheOutcome) {
+    FrmScriptOps& w = open("`A62\r\n10,55\r\n02,,00\r\n");
     const PassOutcome pass = w.cmdExecAll_Click();
-    EXPECT_EQ(std::pair(back(w, 2, kColDataWr), back(w, 2, kColDataRd)),
-              std::pair(RgbColor(kCellRed), RgbColor(kCellRed)));
-    EXPECT_NE(rig.log().find("Write Qty Error Script Line 2 Actual= 0"), std::string::npos);
-    EXPECT_NE(rig.log().find("Read Qty Error Script Line 2 Actual :0"), std::string::npos);
-    EXPECT_EQ(tally(w), "1/1");
-    ASSERT_EQ(pass.rows.size(), 4u);
-    const RowOutcome &writeRead = pass.rows[1], &write = pass.rows[2], &read = pass.rows[3];
-    EXPECT_EQ(std::tuple(writeRead.write, writeRead.read, writeRead.error),
+    EXPECT_EQ(tally(w), "1/0");
+    ASSERT_EQ(pass.rows.size(), 3u);
+    EXPECT_EQ(std::tuple(pass.rows[1].write, pass.rows[2].read, pass.rows[2].error, pass.failed),
               std::tuple(TransferOutcome{3, 0, CoreError::NotAcknowledged},
-                         TransferOutcome{1, 0, CoreError::ShortRead}, CoreError::NotAcknowledged));
-    EXPECT_EQ(std::tuple(write.error, read.error, read.compare->passed),
-              std::tuple(CoreError::NotAcknowledged, CoreError::ShortRead, true));
-    EXPECT_EQ(std::tuple(pass.passed, pass.failed), std::tuple(0, 3));
+                         TransferOutcome{1, 0, CoreError::ShortRead}, CoreError::ShortRead, 2));
 }
 
 TEST_F(Running, EightDigitGpioRowSetsEnablesComparesAndKeepsTheIdleValue) {
@@ -389,6 +357,20 @@ TEST_F(Running, EightDigitGpioRowSetsEnablesComparesAndKeepsTheIdleValue) {
     EXPECT_EQ(cell(w, 1, kColActRd) + " " + cell(w, 2, kColActRd), "5AA5FFFF FFFD0000");
     EXPECT_EQ(w.txtIDefault.text(), "5AA5");
     EXPECT_EQ(tally(w), "1/1");
+}
+
+// A GPIO row has no I2C address: the next script loaded into the window must not start from
+// address 00, the general call address.
+TEST_F(Running, AGpioScriptLeavesTheAddressTheNextLoadStartsFrom) {
+    FrmScriptOps& w = open("`G5AA5\r\n");
+    w.cmdExecAll_Click();
+    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
+    rig.wb->i2c.setAddress(0);  // left behind by any other window's rows
+    const std::string next = dir.file("next.txt");
+    WriteBytes(next, "02,,5A\r\n");
+    rig.dialogs.openChoices.push_back(next);
+    w.mnuScript_Read_Click();
+    EXPECT_EQ(cell(w, 1, kColI2CAdr), "60");
 }
 
 TEST_F(Running, ASingleRowSelectedWhileIdleOpensAndClosesTheBoard) {
