@@ -5,7 +5,6 @@
 // the program that owns the windows hands them out through the WindowHost. Tests build a
 // fresh one each.
 
-#include <array>
 #include <cstdint>
 #include <functional>
 
@@ -38,6 +37,16 @@ struct WindowRequests {
     std::function<void()> endProgram;               // the main window was unloaded
 };
 
+// The four bytes of GPIO state the whole tool shares. Port C's pins are bits 4 to 7; the LEDs
+// are bit 0 (red) and bit 1 (green) of the port C bytes.
+struct GpioBytes {
+    uint8_t portBEnables = 0;
+    uint8_t portCLedEnables = 0;
+    uint8_t portBData = 0;
+    uint8_t portCLedData = 0;
+    bool operator==(const GpioBytes&) const = default;
+};
+
 // The values a script run shares across all script windows.
 struct ScriptRunState {
     bool AbortRequested = false;
@@ -65,8 +74,7 @@ public:
     ProgramLog log;
     UsbConnection usb;
     I2CState i2c;
-    // 0 PB enables, 1 PC and LED enables, 2 PB data, 3 PC and LED data.
-    std::array<uint8_t, 4> GpioState{};
+    GpioBytes GpioState;
     ScriptRunState script;
     WindowRequests windows;
     WindowHost* host = nullptr;  // set by the program that owns the windows

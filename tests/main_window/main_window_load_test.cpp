@@ -30,7 +30,7 @@ TEST(MainWindowLoad, WithTheBoardProbesThenSendsTheStartUpGpioState) {
     // The probe's open and close, then the GPIO write's own open and close.
     EXPECT_EQ(w.Txtlog.text(), kSetup + Attach("2A0") + kSetup + Attach("2A1"));
     EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{1, {0xFF, 0xFF, 0x00, 0x00}}}));
-    EXPECT_EQ(rig.wb->GpioState, (std::array<uint8_t, 4>{0x00, 0x00, 0xFF, 0xFF}));
+    EXPECT_EQ(rig.wb->GpioState, (GpioBytes{0x00, 0x00, 0xFF, 0xFF}));
     EXPECT_EQ(std::tuple(rig.wb->i2c.I2CWriteAddress, rig.wb->i2c.I2CReadAddress,
                          w.txtActualWrtAddress.text(), w.txtActualReadAddress.text()),
               std::tuple(0x60, 0x61, "60", "61"));
