@@ -161,7 +161,8 @@ int Scan(const Options& o) {
     if (o.words.size() != 1) return Usage("scan takes no arguments");
     Session session(o);
     if (const int status = Start(session)) return status;
-    const std::vector<uint8_t> found = ScanBus(session.wb().usb, session.wb().i2c);
+    const BusScan scan = ScanBus(session.wb().usb, session.wb().i2c);
+    const std::vector<uint8_t>& found = scan.found;
     session.close();
     if (o.json) {
         std::printf("{\"found\":[");

@@ -22,7 +22,9 @@
 #include "foundation/ports.h"
 #include "foundation/program_log.h"
 #include "usb/connection.h"
+#include "workbench/bus_tools.h"
 #include "workbench/connection_bracket.h"
+#include "workbench/trace_port.h"
 
 namespace i2cbridge {
 
@@ -46,6 +48,15 @@ struct ConnectionPanel {
     Button cmdexit{"Exit"};
     Button cbSend{"Send All", "Updates all writable registers and samples internal registers."};
     Button cbReset{"Reset", "Reset Procedure"};
+};
+
+// What Start Trace did: the file the transfers now go to, or why not (FileUnwritable with the
+// system's reason). A cancelled dialog gives an empty path and no error.
+struct TraceStart {
+    std::string path;
+    CoreError error = CoreError::None;
+    std::string reason;
+    bool started() const { return error == CoreError::None && !path.empty(); }
 };
 
 class FrmI2CGeneral : public Form, public ConnectionPanel, private ConnectionBracket::Painter {
@@ -142,6 +153,16 @@ public:
     void SSTab1_Click();
     void cmdClearLog_Click();
 
+    // File menu tools beside the window's own entries. Scan Bus opens the board as every
+    // operation does (unless the user holds the connection), probes every address, logs what
+    // answered (BusScanText) and returns it. Start Trace asks for a file with the save
+    // dialog, ends a trace already running and starts one to the file; Stop Trace ends the
+    // running trace and returns its file (empty when none ran). Both log what they did.
+    BusScan mnuScanBus_Click();
+    TraceStart mnuTraceStart_Click();
+    std::string mnuTraceStop_Click();
+    bool tracing() const { return trace_ != nullptr; }
+
     // Connection (public: other windows call them through the single instance).
     void Connect_Usb();
     void Disconnect_USB();
@@ -213,6 +234,8 @@ private:
 
     Workbench& wb_;
     ConnectionBracket bracket_;
+    std::unique_ptr<RunningTrace> trace_;
+    FileDialogState traceDialog_;
 };
 
 }  // namespace i2cbridge

@@ -10,9 +10,11 @@ constexpr uint32_t kGpioInPipe = 0x81;
 constexpr uint32_t kRawPipe = 4;
 
 // What the transfer just made came to. The connection sets LastStatus on every transfer it
-// makes while open, with nothing in between that could run another transfer.
+// makes while open, with nothing in between that could run another transfer. A board pulled
+// out while the connection was closed leaves its old handle behind: the driver's "no device"
+// tells.
 CoreError TransferError(const UsbConnection& usb) {
-    if (!BoardReachable(usb)) return CoreError::NoBoard;
+    if (!BoardReachable(usb) || usb.LastStatus == usb_status::kNoDevice) return CoreError::NoBoard;
     return usb.LastStatus == 0 ? CoreError::None : CoreError::TransferFailed;
 }
 

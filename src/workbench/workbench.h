@@ -14,6 +14,7 @@
 #include "usb/board_driver.h"
 #include "usb/connection.h"
 #include "workbench/i2c_frames.h"
+#include "workbench/trace_port.h"
 
 namespace i2cbridge {
 
@@ -78,6 +79,7 @@ public:
     ScriptRunState script;
     WindowRequests windows;
     WindowHost* host = nullptr;  // set by the program that owns the windows
+    TraceStarter startTrace;     // set by the program; unset, no trace can be started
 
     FrmI2CGeneral& mainWindow() { return host->mainWindow(); }
     FrmGPIO& gpioScreen() { return host->gpioScreen(); }
