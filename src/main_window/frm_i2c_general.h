@@ -16,8 +16,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "foundation/controls.h"
+#include "foundation/core_error.h"
 #include "foundation/form.h"
 #include "foundation/ports.h"
 #include "foundation/program_log.h"
@@ -57,6 +59,21 @@ struct TraceStart {
     CoreError error = CoreError::None;
     std::string reason;
     bool started() const { return error == CoreError::None && !path.empty(); }
+};
+
+// What opening a register definitions file did: how many rows and whether the address were
+// loaded, the numbers (from 1) of the lines that were not, how many lines the file had (33
+// when whole). A file that was not loaded at all says why: FileUnreadable with the system's
+// reason, or NotDefinitions; the table and the address box are then as they were. A
+// cancelled dialog gives an empty path.
+struct RegisterFileLoad {
+    std::string path;
+    int rowsLoaded = 0;
+    bool addressLoaded = false;
+    std::vector<int> badLines;
+    int linesRead = 0;
+    CoreError error = CoreError::None;
+    std::string reason;
 };
 
 class FrmI2CGeneral : public Form, public ConnectionPanel, private ConnectionBracket::Painter {
@@ -195,8 +212,8 @@ public:
     // Register definitions files. WriteParameters returns true when the file was written; a
     // failure has already been logged.
     bool WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn);
-    void Read_Param_File();
-    void mnuSetup_Open_Click();
+    RegisterFileLoad Read_Param_File();
+    RegisterFileLoad mnuSetup_Open_Click();
     void mnuSetup_Save_Click();
 
     // Communications test.
@@ -231,6 +248,8 @@ private:
     void writeRow(int row, WriteAddressFrom from);
     // The write lamp and box of a row after a write, both made visible.
     void showRowWrite(int row, uint8_t count);
+    // A register row's four boxes in the file's field order (RegisterRowFields).
+    std::array<TextBox*, 4> rowBoxes(int row);
 
     Workbench& wb_;
     ConnectionBracket bracket_;

@@ -39,13 +39,18 @@ std::optional<std::string> OpenForReading(const std::string& path, std::ifstream
 
 }  // namespace
 
+std::array<TextBox*, 4> FrmI2CGeneral::rowBoxes(int row) {
+    return {&Reg_Adr[row], &Reg_Desc[row], &txtBWrite[row], &txtRdByte[row]};
+}
+
 bool FrmI2CGeneral::WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn) {
     RegisterDefinitions table;
     table.address = FrmIn.txtI2CAdr.text();
     for (int k = 0; k < kRegisterRows; ++k) {
         wb_.pump.yield();
-        table.rows[k] = {FrmIn.Reg_Adr[k].text(), FrmIn.Reg_Desc[k].text(),
-                         FrmIn.txtBWrite[k].text(), FrmIn.txtRdByte[k].text()};
+        const auto fields = RegisterRowFields(table.rows[k]);
+        const auto boxes = FrmIn.rowBoxes(k);
+        for (int f = 0; f < kFieldsPerRegisterRow; ++f) *fields[f] = boxes[f]->text();
     }
     const std::string text = FormatRegisterFile(table);
     // The whole text goes out in one step, so a failed save leaves the earlier file whole.
@@ -63,59 +68,75 @@ bool FrmI2CGeneral::WriteParameters(const std::string& strParamFile, FrmI2CGener
     return true;
 }
 
-void FrmI2CGeneral::Read_Param_File() {
-    const std::string path = cdldialog.fileName;
+// The file is read whole before anything changes: a file that cannot be read, or that holds
+// no register line at all (a script, a picture, a file picked by mistake), leaves the table,
+// the address and the caption as they were. Otherwise the good lines are loaded and the bad
+// ones named.
+RegisterFileLoad FrmI2CGeneral::Read_Param_File() {
+    RegisterFileLoad outcome;
+    outcome.path = cdldialog.fileName;
+    const std::string& path = outcome.path;
     std::ifstream in;
     if (auto failure = OpenForReading(path, in)) {
         wb_.log.LogMessage(FileLogText(path, "could not be opened: " + *failure), kCrLf);
-        return;
+        outcome.error = CoreError::FileUnreadable;
+        outcome.reason = *failure;
+        return outcome;
     }
-    // The caption names the file once it is open, before anything is read from it.
+    const RegisterFileRead read = ReadRegisterFile(in);
+    outcome.linesRead = read.lines;
+    const std::string counted =
+        std::to_string(read.lines) + " of " + std::to_string(kRegisterFileLines) + " lines";
+    if (read.stop == RegisterFileRead::Stop::ReadError) {
+        outcome.error = CoreError::FileUnreadable;
+        outcome.reason = "it could not be read after " + counted;
+        wb_.log.LogMessage(FileLogText(path, "could not be read after " + counted), kCrLf);
+        return outcome;
+    }
+    if (!read.isDefinitionsFile()) {
+        outcome.error = CoreError::NotDefinitions;
+        wb_.log.LogMessage(path + " is not a register definitions file", kCrLf);
+        return outcome;
+    }
+
     Caption.setCaption(cdldialog.fileTitle + kCaptionSuffix);
     CommonDialog1.setFileName(cdldialog.fileTitle);
-
-    const RegisterFileFields read = ReadRegisterFields(in);
-    const int count = static_cast<int>(read.fields.size());
-    for (int i = 0; i < count; ++i) {
-        const std::string& field = read.fields[i];
-        const auto slot = SlotOfRegisterField(i);
-        if (slot->row < 0) {
-            if (slot->column == 0) continue;  // the label "I2C ADDRESS", whatever it says
-            // No range test here: 1C0 gives the address C0.
-            txtI2CAdr.setText(UpperCase(field));
-            wb_.i2c.setAddress(HexToInt(txtI2CAdr.text()));
-            txtActualWrtAddress.setText(HexText(wb_.i2c.I2CWriteAddress));
-            txtActualReadAddress.setText(HexText(wb_.i2c.I2CReadAddress));
-            continue;
-        }
-        TextBox* columns[kFieldsPerRegisterRow] = {&Reg_Adr[slot->row], &Reg_Desc[slot->row],
-                                                   &txtBWrite[slot->row], &txtRdByte[slot->row]};
-        columns[slot->column]->setText(field);
+    if (read.address) {
+        // No range test here: 1C0 gives the address C0.
+        txtI2CAdr.setText(UpperCase(*read.address));
+        wb_.i2c.setAddress(HexToInt(txtI2CAdr.text()));
+        txtActualWrtAddress.setText(HexText(wb_.i2c.I2CWriteAddress));
+        txtActualReadAddress.setText(HexText(wb_.i2c.I2CReadAddress));
+        outcome.addressLoaded = true;
     }
-
-    const std::string counted =
-        std::to_string(count) + " of " + std::to_string(kRegisterFileFields) + " fields";
-    switch (read.stop) {
-        case RegisterFileFields::Stop::Complete:
-            break;
-        case RegisterFileFields::Stop::EndOfFile:
-            wb_.log.LogMessage(FileLogText(path, "ended after " + counted), kCrLf);
-            break;
-        case RegisterFileFields::Stop::ReadError:
-            wb_.log.LogMessage(FileLogText(path, "could not be read after " + counted), kCrLf);
-            break;
+    for (int k = 0; k < kRegisterRows; ++k) {
+        if (!read.rows[k]) continue;
+        const auto fields = RegisterRowFields(*read.rows[k]);
+        const auto boxes = rowBoxes(k);
+        for (int f = 0; f < kFieldsPerRegisterRow; ++f) boxes[f]->setText(*fields[f]);
+        ++outcome.rowsLoaded;
     }
+    outcome.badLines = read.badLines;
+    if (!read.badLines.empty()) {
+        std::string numbers;
+        for (int line : read.badLines)
+            numbers += (numbers.empty() ? "" : ", ") + std::to_string(line);
+        wb_.log.LogMessage(FileLogText(path, "has lines that were not loaded: " + numbers), kCrLf);
+    }
+    if (read.stop == RegisterFileRead::Stop::EndOfFile)
+        wb_.log.LogMessage(FileLogText(path, "ended after " + counted), kCrLf);
+    return outcome;
 }
 
-void FrmI2CGeneral::mnuSetup_Open_Click() {
+RegisterFileLoad FrmI2CGeneral::mnuSetup_Open_Click() {
     cdldialog.title = "Select Setup File to Open";
     cdldialog.setFileName("");
     cdldialog.filter = kSetupFilter;
     cdldialog.filterIndex = kSetupFilterIndex;
     cdldialog.defaultExt = "*.QRL";
-    if (!wb_.dialogs.openFile(cdldialog)) return;
-    if (cdldialog.fileName.empty()) return;
-    Read_Param_File();
+    if (!wb_.dialogs.openFile(cdldialog)) return {};
+    if (cdldialog.fileName.empty()) return {};
+    return Read_Param_File();
 }
 
 void FrmI2CGeneral::mnuSetup_Save_Click() {
