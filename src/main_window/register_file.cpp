@@ -1,13 +1,11 @@
 // Register definitions files: File > Open > "Comm Register Definitions" fills the register
 // table and the I2C address from a .qrl file, File > "Save" writes them to one.
 
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
+#include <sstream>
 
 #include "foundation/atomic_file.h"
 #include "foundation/hex_text.h"
+#include "foundation/whole_file.h"
 #include "main_window/frm_i2c_general.h"
 #include "main_window/register_file_format.h"
 #include "workbench/workbench.h"
@@ -25,17 +23,8 @@ std::string FileLogText(const std::string& path, std::string_view what) {
     return "Register definitions file " + path + " " + std::string(what);
 }
 
-// Opens a file for reading; returns why it could not be opened, or nothing.
-std::optional<std::string> OpenForReading(const std::string& path, std::ifstream& in) {
-    if (path.empty()) return "no file name was given";
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec)) return "it is a folder";
-    errno = 0;
-    in.open(path, std::ios::in | std::ios::binary);
-    if (in.is_open()) return std::nullopt;
-    if (errno != 0) return std::string(std::strerror(errno));
-    return "the system gave no reason";
-}
+// More than a definitions file could hold: a bigger file is judged by its start alone.
+constexpr std::size_t kLargestFileRead = 4 * 1024 * 1024;
 
 }  // namespace
 
@@ -76,23 +65,15 @@ RegisterFileLoad FrmI2CGeneral::Read_Param_File() {
     RegisterFileLoad outcome;
     outcome.path = cdldialog.fileName;
     const std::string& path = outcome.path;
-    std::ifstream in;
-    if (auto failure = OpenForReading(path, in)) {
-        wb_.log.LogMessage(FileLogText(path, "could not be opened: " + *failure), kCrLf);
+    std::string bytes;
+    if (!ReadWholeFile(path, bytes, &outcome.reason, kLargestFileRead)) {
+        wb_.log.LogMessage(FileLogText(path, "could not be read: " + outcome.reason), kCrLf);
         outcome.error = CoreError::FileUnreadable;
-        outcome.reason = *failure;
         return outcome;
     }
+    std::istringstream in(bytes);
     const RegisterFileRead read = ReadRegisterFile(in);
     outcome.linesRead = read.lines;
-    const std::string counted =
-        std::to_string(read.lines) + " of " + std::to_string(kRegisterFileLines) + " lines";
-    if (read.stop == RegisterFileRead::Stop::ReadError) {
-        outcome.error = CoreError::FileUnreadable;
-        outcome.reason = "it could not be read after " + counted;
-        wb_.log.LogMessage(FileLogText(path, "could not be read after " + counted), kCrLf);
-        return outcome;
-    }
     if (!read.isDefinitionsFile()) {
         outcome.error = CoreError::NotDefinitions;
         wb_.log.LogMessage(path + " is not a register definitions file", kCrLf);
@@ -123,8 +104,11 @@ RegisterFileLoad FrmI2CGeneral::Read_Param_File() {
             numbers += (numbers.empty() ? "" : ", ") + std::to_string(line);
         wb_.log.LogMessage(FileLogText(path, "has lines that were not loaded: " + numbers), kCrLf);
     }
-    if (read.stop == RegisterFileRead::Stop::EndOfFile)
-        wb_.log.LogMessage(FileLogText(path, "ended after " + counted), kCrLf);
+    if (read.stop == RegisterFileRead::Stop::EndOfFile) {
+        wb_.log.LogMessage(FileLogText(path, "ended after " + std::to_string(read.lines) + " of " +
+                                                 std::to_string(kRegisterFileLines) + " lines"),
+                           kCrLf);
+    }
     return outcome;
 }
 

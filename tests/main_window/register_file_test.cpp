@@ -206,10 +206,10 @@ TEST_F(RegisterFileTest, UnreadableFilesAreLoggedAndChangeNoBox) {
         std::string path;
         std::string why;
     } cases[] = {
-        {"missing", dir.file("gone.qrl"), "could not be opened: No such file or directory"},
-        {"folder", dir.path().string(), "could not be opened: it is a folder"},
+        {"missing", dir.file("gone.qrl"), "could not be read: No such file or directory"},
+        {"folder", dir.path().string(), "could not be read: it is a folder"},
         // This file opens, but every read of it fails.
-        {"read error", "/proc/self/mem", "could not be read after 0 of 33 lines"},
+        {"read error", "/proc/self/mem", "could not be read: Input/output error"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
