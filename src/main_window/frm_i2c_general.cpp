@@ -249,11 +249,5 @@ void FrmI2CGeneral::cmdUSBDisconnect_Click() {
 void FrmI2CGeneral::ChKManUsbConn_Click() {
     wb_.usb.ManualUsbConnect = ChKManUsbConn.checked();
 }
-void FrmI2CGeneral::writePipe() {
-    wb_.usb.writePipe();
-}
-void FrmI2CGeneral::readPipe() {
-    wb_.usb.readPipe();
-}
 
 }  // namespace i2cbridge

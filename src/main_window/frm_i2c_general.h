@@ -186,8 +186,6 @@ public:
     void cmdUSBConnect_Click();
     void cmdUSBDisconnect_Click();
     void ChKManUsbConn_Click();
-    void writePipe();
-    void readPipe();
 
     // I2C address and single-byte panel.
     void txtI2CAdr_KeyPress(int& KeyAscii);
