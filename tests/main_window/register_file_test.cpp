@@ -133,22 +133,6 @@ TEST_F(RegisterFileTest, EmptyRowsRoundTripAndACommaInADescriptionLosesOnlyItsRo
               logged(dir.file("gap.qrl"), "has lines that were not loaded: 32"));
 }
 
-TEST_F(RegisterFileTest, LeadingBlanksAreDroppedTrailingBlanksAndQuotesKept) {
-    open(writeFile("blanks.qrl", "I2C ADDRESS ,    60  \r\n  00,   Status  ,\"AA\", \"x y\"\r\n"));
-    EXPECT_EQ(addresses()[0], "60  ");
-    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
-    EXPECT_EQ(table()[0], (Row{"00", "Status  ", "\"AA\"", "\"x y\""}));
-}
-
-TEST_F(RegisterFileTest, LinesAfterThe33rdAreIgnored) {
-    std::string text = "I2C ADDRESS , 60\r\n";
-    for (const Row& r : samples())
-        text += r.adr + "," + r.desc + "," + r.write + "," + r.read + "\r\n";
-    open(writeFile("long.qrl", text + "40,Beyond,11,22\r\nnot, a row\r\n"));
-    EXPECT_EQ(table(), samples());
-    EXPECT_EQ(rig.logSinceMark(), "");
-}
-
 TEST_F(RegisterFileTest, TheAddressIsUpperCasedAndTakenWithoutRangeTest) {
     const struct {
         const char* field;
