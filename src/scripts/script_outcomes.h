@@ -74,7 +74,8 @@ struct RowOutcome {
     std::optional<CompareOutcome> compare;  // the compare, when the row made one
     // The first thing that went wrong in the row: a transfer's error (NotAcknowledged,
     // ShortRead, NoBoard), NotSent, IllegalAddress, or a "Save File" step's FileUnwritable;
-    // None otherwise. A GPIO row has no frames here: its compare of the read-back decides.
+    // None otherwise. A GPIO row has no I2C frames: its error is that of its GPIO write and
+    // read-back.
     CoreError error = CoreError::None;
     std::string reason;      // the system's reason, for a record not written
     bool cancelled = false;  // Cancel at a keypress pause
