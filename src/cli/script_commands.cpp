@@ -10,14 +10,13 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 
 #include "cli/cli.h"
 #include "foundation/atomic_file.h"
 #include "foundation/hex_text.h"
+#include "foundation/whole_file.h"
 #include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 #include "scripts/script_outcomes.h"
@@ -42,18 +41,9 @@ std::optional<std::string> ReadScriptFile(const std::string& path, std::string& 
         why = std::strerror(EISDIR);
         return std::nullopt;
     }
-    std::ifstream in(path, std::ios::in | std::ios::binary);
-    if (!in.is_open()) {
-        why = std::strerror(errno);
-        return std::nullopt;
-    }
-    std::ostringstream all;
-    all << in.rdbuf();
-    if (in.bad()) {
-        why = std::strerror(errno);
-        return std::nullopt;
-    }
-    return all.str();
+    std::string bytes;
+    if (!ReadWholeFile(path, bytes, why)) return std::nullopt;
+    return bytes;
 }
 
 std::string FileName(const std::string& path) {

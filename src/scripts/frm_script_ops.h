@@ -127,8 +127,9 @@ public:
     int FailsAtRowStart = 0;
     int lastExecutedRow = 0;  // 0: no row has run since the load
 
-    // Told when a row starts and when it has ended, with what it did (a front end that reports
-    // live, such as the command line's progress and result lines).
+    // Told when a row starts and when its own work has ended (before the interrupt sample that
+    // follows it), with what it did: for a front end that reports live, such as the command
+    // line's progress and result lines.
     std::function<void(int row)> onRowStarted;
     std::function<void(const RowOutcome&)> onRowDone;
 

@@ -72,12 +72,16 @@ struct RowOutcome {
     std::optional<TransferOutcome> write;   // the write frame, when the row has one
     std::optional<TransferOutcome> read;    // the read frame, when the row has one
     std::optional<CompareOutcome> compare;  // the compare, when the row made one
-    // The first thing that went wrong in the row: a transfer's error, NotSent, or (for a "Save
-    // File" step) the record's FileUnwritable; None otherwise.
+    // The first thing that went wrong in the row: a transfer's error (NotAcknowledged,
+    // ShortRead, NoBoard), NotSent, IllegalAddress, or a "Save File" step's FileUnwritable;
+    // None otherwise. A GPIO row has no I2C frames: its error is that of its GPIO write and
+    // read-back.
     CoreError error = CoreError::None;
-    std::string reason;                          // the system's reason, for a record not written
-    bool cancelled = false;                      // Cancel at a keypress pause
-    std::chrono::steady_clock::duration time{};  // from the row's start to its end
+    std::string reason;      // the system's reason, for a record not written
+    bool cancelled = false;  // Cancel at a keypress pause
+    // From the row's start to the end of its own work (its delay or pause included; the
+    // interrupt sample after it, and any routine that sample starts, not).
+    std::chrono::steady_clock::duration time{};
 
     // The strict verdict: a compare that failed, or anything not done in full.
     bool failed() const { return error != CoreError::None || (compare && !compare->passed); }

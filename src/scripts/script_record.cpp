@@ -9,6 +9,7 @@
 
 #include "foundation/append_file.h"
 #include "foundation/atomic_file.h"
+#include "foundation/clock_text.h"
 #include "scripts/frm_script_ops.h"
 #include "scripts/script_record_text.h"
 #include "workbench/workbench.h"
@@ -92,7 +93,7 @@ WriteBackOutcome FrmScriptOps::cmdStartRec_Click() {
     out.written = true;
     out.lines = static_cast<int>(script.ScriptLines.size());
     Label18.setCaption(std::to_string(script.ScriptLines.size()) +
-                       " Script written: " + StampDate(now) + " " + StampTime(now));
+                       " Script written: " + DateText(now) + " " + ClockText(now));
     return out;
 }
 

@@ -111,6 +111,10 @@ Expected Expect(Kind k, Fault f) {
     e.rowError = e.writeQtyError  ? CoreError::NotAcknowledged
                  : e.readQtyError ? CoreError::ShortRead
                                   : CoreError::None;
+    // A GPIO row's error is its GPIO exchange's: no board, or a transfer the driver failed.
+    if (gpio && (!sent || f == Fault::UnplugBetween)) e.rowError = CoreError::NoBoard;
+    if (gpio && (f == Fault::Timeout || f == Fault::TransferError))
+        e.rowError = CoreError::TransferFailed;
     e.rowFailed = e.rowError != CoreError::None || (e.compares && !passed);
 
     const std::string row = std::to_string(e.target);

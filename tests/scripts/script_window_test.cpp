@@ -108,7 +108,7 @@ TEST_F(Loading, GridShowsEveryLineWithCaptionsCountsAndWidths) {
 TEST_F(Loading, AFileThatCannotBeReadIsReportedAndTheRowsShownStay) {
     const std::pair<std::string, std::string> cases[] = {
         {"missing.txt", "No such file or directory"},
-        {"folder", "Is a directory"},  // opens as a file, reads as nothing
+        {"folder", "it is a folder"},  // opens as a file, reads as nothing
     };
     std::filesystem::create_directory(dir.file("folder"));
     for (const auto& [name, reason] : cases) {
@@ -351,7 +351,7 @@ TEST_F(Running, EightDigitGpioRowSetsEnablesComparesAndKeepsTheIdleValue) {
     FrmScriptOps& w = open("`G5AA5FFFF\r\n`G5AA50000\r\n");
     w.cmdExecAll_Click();
     // Pairs 1 to 4 are port B data, port C data, port B enables, port C enables.
-    EXPECT_EQ(rig.wb->GpioState, (std::array<uint8_t, 4>{0x00, 0x00, 0x5A, 0xA5}));
+    EXPECT_EQ(rig.wb->GpioState, (GpioBytes{0x00, 0x00, 0x5A, 0xA5}));
     // Undriven pins read high (the LED bits their latch), so the second row reads back other
     // data than it wrote.
     EXPECT_EQ(cell(w, 1, kColActRd) + " " + cell(w, 2, kColActRd), "5AA5FFFF FFFD0000");
