@@ -68,7 +68,7 @@ CommandLine CommandLine::Parse(std::span<const std::string> args) {
             value = name.substr(eq + 1);
             name.resize(eq);
         }
-        const bool takesValue = name == "--vid" || name == "--pid" || name == "--screenshot";
+        const bool takesValue = name == "--vid" || name == "--pid" || name == "--log";
         if (!takesValue && value) {
             cl.error = name + " takes no value";
             break;
@@ -95,9 +95,9 @@ CommandLine CommandLine::Parse(std::span<const std::string> args) {
             } else {
                 (name == "--vid" ? cl.vendorId : cl.productId) = id;
             }
-        } else if (name == "--screenshot") {
-            if (value->empty()) cl.error = "--screenshot needs a folder";
-            cl.screenshotDir = *value;
+        } else if (name == "--log") {
+            if (value->empty()) cl.error = "--log needs a file name";
+            cl.logFile = *value;
         } else {
             cl.error = "unknown option " + name;
         }
@@ -109,7 +109,7 @@ std::string UsageText(std::string_view program) {
     std::string text = "Usage: ";
     text += program;
     text +=
-        " [--simulate] [--vid ID] [--pid ID] [--screenshot DIR]\n"
+        " [--simulate] [--vid ID] [--pid ID] [--log FILE]\n"
         "\n"
         "Desktop tool for the USB-to-I2C bridge evaluation board.\n"
         "\n"
@@ -120,8 +120,7 @@ std::string UsageText(std::string_view program) {
         "  --pid ID     product identifier to match, hexadecimal (default " +
         HexId(BoardProductId) +
         ")\n"
-        "  --screenshot DIR\n"
-        "               save pictures of the main window into DIR and quit\n"
+        "  --log FILE   append every log entry to FILE as it is written\n"
         "  -h, --help   show this text\n"
         "  -v, --version\n"
         "               show the program's version\n";

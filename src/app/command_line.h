@@ -16,8 +16,8 @@ struct CommandLine {
     bool version = false;   // --version or -v
     std::optional<uint16_t> vendorId;
     std::optional<uint16_t> productId;
-    std::string screenshotDir;  // save pictures of the main window there and quit
-    std::string error;          // what was wrong with the options; empty when all is well
+    std::string logFile;  // every log entry is appended there as it is written
+    std::string error;    // what was wrong with the options; empty when all is well
 
     // Reads the options after the program name. The toolkit's own options (a single dash:
     // "-platform offscreen", "-style fusion") are left to it; anything else is an error.
