@@ -53,6 +53,8 @@ private:
     QWidget* buildRawPanel();
     QWidget* buildLampLegend();
     void buildMenus();
+    // File > Save Log...: the log into a file, which then receives every new entry.
+    void saveLog();
     // File menu tools beside the window's own entries: a trace of every transfer to a file,
     // and a scan of the bus for the addresses that answer.
     void startTrace();
