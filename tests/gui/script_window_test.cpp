@@ -114,10 +114,6 @@ private slots:
         QTableView* grid = v->grid();
         QCOMPARE(grid->model()->rowCount(), 6);
         QCOMPARE(grid->model()->headerData(kColDataWr - 1, Qt::Horizontal), QVariant("Data_Wr"));
-        for (int c = 1; c <= kScriptColumns; ++c) {
-            QCOMPARE(grid->horizontalHeader()->sectionSize(c - 1),
-                     v->model().vbalGrid1.column(c).width);
-        }
         QCOMPARE(cell(v, 4, kColDataRd), QVariant("5A"));
         QCOMPARE(cell(v, 4, kColActRd), QVariant("--"));
         QCOMPARE(cell(v, 2, kColComment), QVariant(QString::fromUtf8("# caf\u00e9")));
@@ -150,6 +146,57 @@ private slots:
         QVERIFY(child<QGroupBox>(v, "frmDataRecord")->isVisible());
         QVERIFY(child<QPushButton>(v, "cmdExecAll")->isVisible());
         QVERIFY(!child<QPushButton>(v, "cmdAbort")->isVisible());
+    }
+
+    // A load fits every column to its widest text (Act_Rd as wide as Data_Rd, which its reads
+    // fill); a column the user drags keeps its width through a run.
+    void columnsFitTheirTextOnLoadAndKeepWhatTheUserDrags() {
+        const std::string path = dir->file("gpio_walk.txt");
+        std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "gpio_walk.txt",
+                                   path);
+        rig->dialogs.openChoices = {path};
+        windows->showScriptWindow();
+        ScriptWindowView* v = view();
+        QVERIFY(QTest::qWaitForWindowExposed(v));
+        QHeaderView* header = v->grid()->horizontalHeader();
+        const QFontMetrics metrics = v->grid()->fontMetrics();
+        const int rows = v->grid()->model()->rowCount();
+        for (int c = 1; c < kScriptColumns; ++c) {
+            int widest = header->fontMetrics().horizontalAdvance(
+                v->grid()->model()->headerData(c - 1, Qt::Horizontal).toString());
+            for (int r = 1; r <= rows; ++r) {
+                widest = std::max(widest, metrics.horizontalAdvance(cell(v, r, c).toString()));
+            }
+            QVERIFY2(header->sectionSize(c - 1) > widest, qPrintable(QString::number(c)));
+            QVERIFY2(header->sectionSize(c - 1) < widest + 60, qPrintable(QString::number(c)));
+        }
+        QVERIFY(cell(v, 3, kColDataWr).toString().size() >= 8);
+        QCOMPARE(header->sectionSize(kColActRd - 1), header->sectionSize(kColDataRd - 1));
+        QCOMPARE(header->sectionResizeMode(kColDataWr - 1), QHeaderView::Interactive);
+        header->resizeSection(kColDataWr - 1, 300);
+        runAll(v);
+        QCOMPARE(header->sectionSize(kColDataWr - 1), 300);
+    }
+
+    // The selected row is framed: its cells keep the colours the run gave them.
+    void selectedRowKeepsItsCellColours() {
+        rig->dialogs.openChoices = {script("regs.txt", kScript)};
+        windows->showScriptWindow();
+        ScriptWindowView* v = view();
+        QVERIFY(QTest::qWaitForWindowExposed(v));
+        runAll(v);
+        clickRow(v, 5);
+        QTableView* grid = v->grid();
+        QCOMPARE(grid->selectionModel()->selectedRows().first().row(), 4);
+        const QImage shot = grid->viewport()->grab().toImage();
+        const QColor highlight = grid->palette().color(QPalette::Highlight);
+        for (const auto& [column, colour] :
+             {std::pair{kColI2CAdr, kGreen}, std::pair{kColActRd, kRed}}) {
+            const QRect r = grid->visualRect(grid->model()->index(4, column - 1));
+            const int x = r.right() - 4;  // clear of the text
+            QCOMPARE(shot.pixelColor(x, r.center().y()), colour);
+            QCOMPARE(shot.pixelColor(x, r.top()), highlight);  // the frame
+        }
     }
 
     void gridFillsTheWindowBelowTheControls() {
@@ -263,6 +310,15 @@ private slots:
         QVERIFY(SaveScreenshot(v, "script-loaded.png"));
         runAll(v);
         QVERIFY(SaveScreenshot(v, "script-run.png"));
+        clickRow(v, 9);  // the failed read: its colours show through the selection
+        QVERIFY(SaveScreenshot(v, "script-selected-row.png"));
+
+        const std::string gpio = dir->file("gpio_walk.txt");
+        std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "gpio_walk.txt",
+                                   gpio);
+        rig->dialogs.openChoices = {gpio};
+        child<QAction>(v, "mnuScript_Read")->trigger();
+        QVERIFY(SaveScreenshot(v, "script-gpio-columns.png"));
     }
 
     // The interrupt example, run from a copy so that its data log stays out of the sources:
