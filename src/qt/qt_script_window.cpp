@@ -16,6 +16,7 @@
 #include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QTableView>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <functional>
@@ -126,13 +127,17 @@ public:
         const bool selected = option.state & QStyle::State_Selected;
         plain.state &= ~QStyle::State_Selected;
         plain.state &= ~QStyle::State_HasFocus;
+        const bool coloured = index.data(Qt::BackgroundRole).isValid();
+        // The table has already filled a selected row with the highlight; a cell without a
+        // colour of its own is given its plain background back first.
+        if (selected && !coloured) painter->fillRect(option.rect, option.palette.base());
         QStyledItemDelegate::paint(painter, plain, index);
         if (!selected) return;
         const QColor highlight = option.palette.color(QPalette::Highlight);
         painter->save();
-        if (!index.data(Qt::BackgroundRole).isValid()) {
+        if (!coloured) {
             QColor tint = highlight;
-            tint.setAlpha(48);
+            tint.setAlpha(64);
             painter->fillRect(option.rect, tint);
         }
         const QRect r = option.rect;
@@ -516,8 +521,18 @@ void ScriptWindowView::buildGrid(QWidget* parent) {
     // The comment column takes the width the others leave.
     grid_->horizontalHeader()->setStretchLastSection(true);
 
-    connect(cells_, &QAbstractItemModel::headerDataChanged, this, [this] { applyColumnWidths(); });
-    connect(cells_, &QAbstractItemModel::modelReset, this, [this] { applyColumnWidths(); });
+    // A load empties the rows, fills their cells and sets the widths in one go: the columns
+    // are measured once it has returned.
+    auto fitLater = [this] {
+        if (fitPending_) return;
+        fitPending_ = true;
+        QTimer::singleShot(0, this, [this] {
+            fitPending_ = false;
+            applyColumnWidths();
+        });
+    };
+    connect(cells_, &QAbstractItemModel::headerDataChanged, this, fitLater);
+    connect(cells_, &QAbstractItemModel::modelReset, this, fitLater);
     connect(grid_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] { userSelected(); });
     model_.vbalGrid1.onSelection = [this] { showModelSelection(); };
@@ -538,7 +553,8 @@ void ScriptWindowView::buildMenus() {
     add("Dupform", QStringLiteral("Open Another Script Processing Form"),
         &FrmScriptOps::Dupform_Click);
 
-    // Esc is Abort while a run goes on (and does nothing otherwise).
+    // Esc is Abort while a run goes on (and does nothing otherwise). A Loop Cont is one of this
+    // window's handlers from its first pass to its last, also between two passes.
     auto* abort = new QAction(this);
     abort->setObjectName(QStringLiteral("escAbort"));
     abort->setShortcut(Qt::Key_Escape);
@@ -546,7 +562,7 @@ void ScriptWindowView::buildMenus() {
     addAction(abort);
     connect(abort, &QAction::triggered, this,
             [this, action = handlerOf(&FrmScriptOps::cmdAbort_Click)] {
-                if (model_.ScriptRunning) action();
+                if (running_ > 0 || model_.ScriptRunning) action();
             });
 }
 

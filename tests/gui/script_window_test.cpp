@@ -154,12 +154,17 @@ private slots:
         const std::string path = dir->file("gpio_walk.txt");
         std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "gpio_walk.txt",
                                    path);
-        rig->dialogs.openChoices = {path};
+        // A first script, then the GPIO walk in the same window: the second load fits too.
+        rig->dialogs.openChoices = {script("regs.txt", kScript), path};
         windows->showScriptWindow();
         ScriptWindowView* v = view();
         QVERIFY(QTest::qWaitForWindowExposed(v));
+        child<QAction>(v, "mnuScript_Read")->trigger();
+        QCoreApplication::processEvents();
         QHeaderView* header = v->grid()->horizontalHeader();
         const QFontMetrics metrics = v->grid()->fontMetrics();
+        // The style keeps this much of a cell clear beside its text.
+        const int margins = 2 * (v->grid()->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
         const int rows = v->grid()->model()->rowCount();
         for (int c = 1; c < kScriptColumns; ++c) {
             int widest = header->fontMetrics().horizontalAdvance(
@@ -167,7 +172,8 @@ private slots:
             for (int r = 1; r <= rows; ++r) {
                 widest = std::max(widest, metrics.horizontalAdvance(cell(v, r, c).toString()));
             }
-            QVERIFY2(header->sectionSize(c - 1) > widest, qPrintable(QString::number(c)));
+            QVERIFY2(header->sectionSize(c - 1) >= widest + margins,
+                     qPrintable(QString::number(c)));
             QVERIFY2(header->sectionSize(c - 1) < widest + 60, qPrintable(QString::number(c)));
         }
         QVERIFY(cell(v, 3, kColDataWr).toString().size() >= 8);
@@ -197,6 +203,10 @@ private slots:
             QCOMPARE(shot.pixelColor(x, r.center().y()), colour);
             QCOMPARE(shot.pixelColor(x, r.top()), highlight);  // the frame
         }
+        // A cell without a colour of its own is tinted, not filled with the highlight.
+        const QRect comment = grid->visualRect(grid->model()->index(4, kColComment - 1));
+        const QColor tinted = shot.pixelColor(comment.right() - 4, comment.center().y());
+        QVERIFY(tinted != highlight && tinted.lightness() > highlight.lightness());
     }
 
     void gridFillsTheWindowBelowTheControls() {
@@ -247,6 +257,19 @@ private slots:
         QCOMPARE(requests(), 4L);  // rows 2 to 5, once each
         QCOMPARE(v->grid()->selectionModel()->selectedRows().size(), 1);
         QCOMPARE(v->grid()->selectionModel()->selectedRows().first().row(), 4);
+
+        // Esc is Abort while a run goes on: pressed before the first row, the run stops after
+        // that row (a comment), so no request goes out.
+        v->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(v));
+        rig->board.model().clearSent();
+        std::function<void()> escOnceRunning = [&] {
+            if (!v->model().ScriptRunning) return rig->pump.atYield(1, escOnceRunning);
+            QTest::keyClick(v->grid(), Qt::Key_Escape);
+        };
+        rig->pump.atYield(1, escOnceRunning);
+        runAll(v);
+        QCOMPARE(requests(), 0L);
     }
 
     void windowsOpenAndCloseIndependentlyDuringARun() {
