@@ -13,8 +13,8 @@ all: build
 deps:
 	@bash tools/install-deps.sh
 
-# A build folder made for another copy of the sources (or moved here) makes CMake stop with an
-# error about its cache; say what to do instead.
+# A build folder made for another copy of the sources, moved here, or set up with another
+# generator makes CMake stop with an error about its cache; say what to do instead.
 configure: deps
 	@if [ -f $(BUILD)/CMakeCache.txt ]; then \
 	  home=$$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' $(BUILD)/CMakeCache.txt); \
@@ -22,6 +22,11 @@ configure: deps
 	  if [ "$$(realpath -m "$$home")" != "$$(realpath .)" ] || \
 	     [ "$$(realpath -m "$$made")" != "$$(realpath $(BUILD))" ]; then \
 	    echo "$(BUILD)/ holds a CMake cache made in $$made for the sources in $$home: remove $(BUILD)/ and run again"; \
+	    exit 1; \
+	  fi; \
+	  gen=$$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' $(BUILD)/CMakeCache.txt); \
+	  if [ -n "$$gen" ] && [ "$$gen" != Ninja ]; then \
+	    echo "$(BUILD)/ was set up with the $$gen generator: remove $(BUILD)/ and run again"; \
 	    exit 1; \
 	  fi; \
 	fi
