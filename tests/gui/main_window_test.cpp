@@ -224,6 +224,13 @@ private slots:
         QVERIFY(
             i2cbridge::testing::ReadBytes(dir.file("trace.txt")).find(" OUT 02 3/3 0 01 61 00\n") !=
             std::string::npos);
+
+        // Save Log writes the log as shown, and every later entry goes to the file too.
+        w.rig.dialogs.saveChoices.push_back(dir.file("program.log"));
+        trigger("mnuSaveLog");
+        w.click("cmdRead");
+        QCOMPARE(i2cbridge::testing::ReadBytes(dir.file("program.log")), w.m().Txtlog.text());
+        QVERIFY(w.m().Txtlog.text().find("Log saved to ") != std::string::npos);
     }
 
     void menusAnswerTheKeyboard() {
