@@ -258,6 +258,9 @@ QWidget* MainWindowView::buildGeneralPage() {
     column->addWidget(page, 1);
     auto* buttons = buildTableButtons();
     buttons->setContentsMargins(8, 4, 8, 6);
+    // The row does not widen the window: a window narrower than the row cuts it at the right,
+    // as the register view is cut and scrolled.
+    buttons->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     column->addWidget(buttons);
     return tab;
 }
