@@ -1,4 +1,4 @@
-# make run   builds and starts the tool on the built-in simulated board
+# make run   builds the two programs and starts the tool on the built-in simulated board
 # make test  builds and runs every test through CTest
 # make package  builds the Debian package into build-pkg/
 BUILD ?= build
@@ -13,13 +13,31 @@ all: build
 deps:
 	@bash tools/install-deps.sh
 
+# A build folder made for another copy of the sources, moved here, or set up with another
+# generator makes CMake stop with an error about its cache; say what to do instead.
 configure: deps
+	@if [ -f $(BUILD)/CMakeCache.txt ]; then \
+	  home=$$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' $(BUILD)/CMakeCache.txt); \
+	  made=$$(sed -n 's/^CMAKE_CACHEFILE_DIR:INTERNAL=//p' $(BUILD)/CMakeCache.txt); \
+	  if [ "$$(realpath -m "$$home")" != "$$(realpath .)" ] || \
+	     [ "$$(realpath -m "$$made")" != "$$(realpath $(BUILD))" ]; then \
+	    echo "$(BUILD)/ holds a CMake cache made in $$made for the sources in $$home: remove $(BUILD)/ and run again"; \
+	    exit 1; \
+	  fi; \
+	  gen=$$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' $(BUILD)/CMakeCache.txt); \
+	  if [ -n "$$gen" ] && [ "$$gen" != Ninja ]; then \
+	    echo "$(BUILD)/ was set up with the $$gen generator: remove $(BUILD)/ and run again"; \
+	    exit 1; \
+	  fi; \
+	fi
 	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=$(TYPE) $(CMAKE_EXTRA) > /dev/null
 
 build: configure
 	@cmake --build $(BUILD) -j $(JOBS)
 
-run: build
+# Only the two programs: the tests and benchmarks are built by make test and make bench.
+run: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target i2cbridge i2cbridge-cli
 	@if [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
 	  echo "No display found. Start the tool under a virtual display with:"; \
 	  echo "  xvfb-run -a $(BUILD)/i2cbridge --simulate"; \

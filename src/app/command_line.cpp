@@ -26,9 +26,8 @@ std::vector<OptionSpec> MakeTable() {
          HexId(BoardVendorId)},
         {"--pid", "", "ID", both, kBoardCommands, "product identifier to match, hexadecimal",
          HexId(BoardProductId)},
-        {"--log", "", "FILE", both, "", "write the program log to FILE", ""},
-        {"--screenshot", "", "DIR", window, "",
-         "save pictures of the main window into DIR and quit", ""},
+        {"--log", "", "FILE", both, "", "append every program log entry to FILE as it is written",
+         ""},
         {"--trace", "", "FILE", cli, kBoardCommands,
          "trace every transfer: text, or a usbmon capture for *.pcap", ""},
         {"--json", "", "", cli, "", "print one JSON document", ""},
@@ -247,9 +246,9 @@ CommandLine CommandLine::Parse(std::span<const std::string> args) {
             } else {
                 (name == "--vid" ? cl.vendorId : cl.productId) = id;
             }
-        } else if (name == "--screenshot" || name == "--log") {
+        } else if (name == "--log") {
             if (g.value.empty()) cl.error = name + " needs a " + g.spec->value;
-            (name == "--log" ? cl.logFile : cl.screenshotDir) = g.value;
+            cl.logFile = g.value;
         }
     }
     return cl;

@@ -61,9 +61,8 @@ struct CommandLine {
     bool version = false;   // --version, -V or -v
     std::optional<uint16_t> vendorId;
     std::optional<uint16_t> productId;
-    std::string screenshotDir;  // save pictures of the main window there and quit
-    std::string logFile;        // the program log also goes there
-    std::string error;          // what was wrong with the options; empty when all is well
+    std::string logFile;  // every log entry is appended there as it is written
+    std::string error;    // what was wrong with the options; empty when all is well
 
     static CommandLine Parse(std::span<const std::string> args);
 };

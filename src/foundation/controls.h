@@ -127,6 +127,7 @@ private:
 class LogBox : public Control {
 public:
     std::function<void(std::string_view appended)> onAppend;
+    // The text was emptied, or its start replaced: a view reads it again.
     std::function<void()> onClear;
 
     const std::string& text() const { return text_; }
@@ -136,6 +137,12 @@ public:
     }
     void clear() {
         text_.clear();
+        if (onClear) onClear();
+    }
+    // Replaces the first `count` bytes with `head` (the log drops its oldest entries this way).
+    // The view is told as for a clear, and reads the text again from its start.
+    void replaceFront(std::size_t count, std::string_view head) {
+        text_.replace(0, count, head);
         if (onClear) onClear();
     }
     // A front end that streams the text elsewhere (the command line writes each entry to

@@ -221,7 +221,6 @@ QWidget* MainWindowView::buildGeneralPage() {
     frames->addWidget(buildRegisterFrame(0));
     frames->addWidget(buildRegisterFrame(1));
     table->addLayout(frames);
-    table->addWidget(buildTableButtons());
     middle->addLayout(table);
     middle->addStretch();
     content->addLayout(middle);
@@ -246,7 +245,22 @@ QWidget* MainWindowView::buildGeneralPage() {
     };
     bind::onEvent(page, QEvent::Resize, [this] { applyResize(); });
     bind::onEvent(inner_, QEvent::LayoutRequest, [this] { syncInnerSize(); });
-    return page;
+
+    // Read All, Write All and Exit sit below the scrolling view, so that they stay in sight
+    // on a screen too low for the whole register table.
+    auto* tab = new QWidget;
+    tab->setObjectName(QStringLiteral("GeneralTab"));
+    auto* column = new QVBoxLayout(tab);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(page, 1);
+    auto* buttons = buildTableButtons();
+    buttons->setContentsMargins(8, 4, 8, 6);
+    // The row does not widen the window: a window narrower than the row cuts it at the right,
+    // as the register view is cut and scrolled.
+    buttons->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    column->addWidget(buttons);
+    return tab;
 }
 
 QWidget* MainWindowView::buildLampLegend() {
@@ -507,6 +521,7 @@ QWidget* MainWindowView::buildRegisterFrame(int frame) {
 QWidget* MainWindowView::buildTableButtons() {
     FrmI2CGeneral& m = model_;
     auto* holder = new QWidget;
+    holder->setObjectName(QStringLiteral("TableButtons"));
     auto* row = new QHBoxLayout(holder);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(6);
@@ -603,6 +618,7 @@ void MainWindowView::buildMenus() {
     add(
         file, "mnuSetup_Save", QStringLiteral("Save"), [&m] { m.mnuSetup_Save_Click(); },
         QKeySequence::Save);
+    add(file, "mnuSaveLog", QStringLiteral("Save Log..."), [this] { saveLog(); });
     file->addSeparator();
     add(file, "mnuScanBus", QStringLiteral("Scan Bus"), [this] { scanBus(); });
     add(file, "mnuTraceStart", QStringLiteral("Start Trace..."), [this, &m] {
@@ -615,6 +631,20 @@ void MainWindowView::buildMenus() {
     });
     syncTraceMenu();
     add(nullptr, "frmAbout", QStringLiteral("&About"), [&m] { m.frmAbout_Click(); });
+}
+
+// Writes the log as shown into a file the user names; every later entry is added to it.
+void MainWindowView::saveLog() {
+    FileDialogState dialog;
+    dialog.title = "Save Log";
+    dialog.filter = "Log (*.log)|*.log|Text (*.txt)|*.txt|All files (*.*)|*.*";
+    dialog.defaultExt = "log";
+    if (!wb_.dialogs.saveFile(dialog) || dialog.fileName.empty()) return;
+    if (const auto why = wb_.log.saveTo(dialog.fileName)) {
+        wb_.log.LogMessage("Log not saved: " + dialog.fileName + ": " + *why);
+        return;
+    }
+    wb_.log.LogMessage("Log saved to " + dialog.fileName + "; every new entry is added to it");
 }
 
 // The trace menu items follow the model: Start while no trace runs, Stop while one does.

@@ -52,6 +52,8 @@ private:
     QWidget* buildRawPanel();
     QWidget* buildLampLegend();
     void buildMenus();
+    // File > Save Log...: the log into a file, which then receives every new entry.
+    void saveLog();
     // Scan Bus runs the model's scan and shows what answered; the trace items are enabled as
     // the model's trace runs or not.
     void scanBus();

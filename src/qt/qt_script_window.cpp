@@ -11,9 +11,12 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 #include <QTableView>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <functional>
@@ -110,6 +113,44 @@ QWidget* UnderHeading(QLabel* heading, const std::vector<QLineEdit*>& boxes, QWi
     column->addLayout(row);
     return holder;
 }
+
+// The selected row keeps its cells' colours (the I2C Adr and Act_Rd results): it is marked by
+// a frame in the highlight colour and a light tint over the cells that have no colour of
+// their own, instead of the full highlight fill.
+class SelectedRowFrame : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
+        QStyleOptionViewItem plain(option);
+        const bool selected = option.state & QStyle::State_Selected;
+        plain.state &= ~QStyle::State_Selected;
+        plain.state &= ~QStyle::State_HasFocus;
+        const bool coloured = index.data(Qt::BackgroundRole).isValid();
+        // The table has already filled a selected row with the highlight; a cell without a
+        // colour of its own is given its plain background back first.
+        if (selected && !coloured) painter->fillRect(option.rect, option.palette.base());
+        QStyledItemDelegate::paint(painter, plain, index);
+        if (!selected) return;
+        const QColor highlight = option.palette.color(QPalette::Highlight);
+        painter->save();
+        if (!coloured) {
+            QColor tint = highlight;
+            tint.setAlpha(64);
+            painter->fillRect(option.rect, tint);
+        }
+        const QRect r = option.rect;
+        constexpr int kLine = 2;
+        painter->fillRect(r.left(), r.top(), r.width(), kLine, highlight);
+        painter->fillRect(r.left(), r.bottom() - kLine + 1, r.width(), kLine, highlight);
+        if (index.column() == 0) painter->fillRect(r.left(), r.top(), kLine, r.height(), highlight);
+        if (index.column() == index.model()->columnCount() - 1) {
+            painter->fillRect(r.right() - kLine + 1, r.top(), kLine, r.height(), highlight);
+        }
+        painter->restore();
+    }
+};
 
 }  // namespace
 
@@ -461,6 +502,7 @@ void ScriptWindowView::buildGrid(QWidget* parent) {
     grid_->setModel(cells_);
     grid_->setSelectionBehavior(QAbstractItemView::SelectRows);
     grid_->setSelectionMode(QAbstractItemView::SingleSelection);
+    grid_->setItemDelegate(new SelectedRowFrame(grid_));
     grid_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     grid_->setWordWrap(false);
     grid_->verticalHeader()->hide();
@@ -468,10 +510,21 @@ void ScriptWindowView::buildGrid(QWidget* parent) {
     grid_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     grid_->verticalHeader()->setDefaultSectionSize(grid_->fontMetrics().height() + 6);
     grid_->horizontalHeader()->setHighlightSections(false);
-    grid_->horizontalHeader()->setStretchLastSection(false);
+    // The comment column takes the width the others leave.
+    grid_->horizontalHeader()->setStretchLastSection(true);
 
-    connect(cells_, &QAbstractItemModel::headerDataChanged, this, [this] { applyColumnWidths(); });
-    connect(cells_, &QAbstractItemModel::modelReset, this, [this] { applyColumnWidths(); });
+    // A load empties the rows, fills their cells and sets the widths in one go: the columns
+    // are measured once it has returned.
+    auto fitLater = [this] {
+        if (fitPending_) return;
+        fitPending_ = true;
+        QTimer::singleShot(0, this, [this] {
+            fitPending_ = false;
+            applyColumnWidths();
+        });
+    };
+    connect(cells_, &QAbstractItemModel::headerDataChanged, this, fitLater);
+    connect(cells_, &QAbstractItemModel::modelReset, this, fitLater);
     connect(grid_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] { userSelected(); });
     model_.vbalGrid1.onSelection = [this] { showModelSelection(); };
@@ -491,15 +544,41 @@ void ScriptWindowView::buildMenus() {
     add("mnuScript_Read", QStringLiteral("Open Script File"), &FrmScriptOps::mnuScript_Read_Click);
     add("Dupform", QStringLiteral("Open Another Script Processing Form"),
         &FrmScriptOps::Dupform_Click);
+
+    // Esc is Abort while a run goes on (and does nothing otherwise). A Loop Cont is one of this
+    // window's handlers from its first pass to its last, also between two passes.
+    auto* abort = new QAction(this);
+    abort->setObjectName(QStringLiteral("escAbort"));
+    abort->setShortcut(Qt::Key_Escape);
+    abort->setShortcutContext(Qt::WindowShortcut);
+    addAction(abort);
+    connect(abort, &QAction::triggered, this,
+            [this, action = handlerOf(&FrmScriptOps::cmdAbort_Click)] {
+                if (running_ > 0 || model_.ScriptRunning) action();
+            });
 }
 
+// Before a load the columns have the widths the start-up gives them. A load (its rows and its
+// data columns' widths arrive together) fits each column to its widest text, header included,
+// with Act_Rd as wide as Data_Rd, whose reads will fill it; the user can drag them afterwards.
 void ScriptWindowView::applyColumnWidths() {
     const Grid& g = model_.vbalGrid1;
     QHeaderView* header = grid_->horizontalHeader();
-    for (int c = 1; c <= g.columnCount() && c <= header->count(); ++c) {
-        if (header->sectionSize(c - 1) != g.column(c).width) {
-            header->resizeSection(c - 1, g.column(c).width);
+    const int columns = std::min(g.columnCount(), header->count());
+    const QAbstractItemView* cells = grid_;  // the table's own size hint is public here
+    bool loaded = false;
+    for (int r = 1; r <= g.rowCount() && !loaded; ++r) loaded = !g.cell(r, 1).text.empty();
+    for (int c = 1; c <= columns; ++c) {
+        int width = g.column(c).width;
+        if (loaded) {
+            constexpr int kPadding = 8;  // beside the cell margins the style adds
+            width = std::max(cells->sizeHintForColumn(c - 1), header->sectionSizeHint(c - 1)) +
+                    kPadding;
+            if (c == kColActRd && kColDataRd <= columns) {
+                width = std::max(width, header->sectionSize(kColDataRd - 1));
+            }
         }
+        if (header->sectionSize(c - 1) != width) header->resizeSection(c - 1, width);
     }
 }
 

@@ -98,6 +98,7 @@ private:
     QTableView* grid_ = nullptr;
     GridTableModel* cells_ = nullptr;
     int bandHeight_ = 0;
+    bool fitPending_ = false;
     int running_ = 0;
     bool closing_ = false;
     bool deleteWhenIdle_ = false;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/fakes.h"
+#include "support/temp_dir.h"
 
 namespace i2cbridge {
 namespace {
@@ -93,6 +94,100 @@ TEST_F(ProgramLogTest, ViewAndListenerAreToldOnlyWhatWasAppended) {
     EXPECT_EQ(clears, 1);
     log.LogMessage("four");
     EXPECT_EQ(text(), Entry("four"));  // no leading blank line after a clear
+}
+
+// The box keeps the newest entries; when full, the oldest block goes and the first line
+// counts every entry dropped since the last clear. The view is told to read the text again.
+TEST_F(ProgramLogTest, BoxKeepsTheNewestEntriesAndSaysHowManyWentFirst) {
+    const auto dropped = [](int n, const std::string& file = "") {
+        return "(" + std::to_string(n) + " older entries dropped from this view; " +
+               (file.empty() ? "File > Save Log... keeps the log in a file)"
+                             : "every entry is written to " + file + ")") +
+               "\r\n\r\n";
+    };
+    const auto entries = [](int from, int to) {
+        std::string text;
+        for (int i = from; i <= to; ++i) text += Entry(std::to_string(i));
+        return text;
+    };
+    struct Case {
+        std::size_t keep, drop;
+        int written;
+        std::string expected;
+    } cases[] = {
+        {3, 1, 3, entries(1, 3)},               // full, nothing dropped yet
+        {3, 1, 4, dropped(1) + entries(2, 4)},  // one past: one goes
+        {3, 1, 9, dropped(6) + entries(7, 9)},  // the count adds up, one line only
+        {4, 2, 5, dropped(2) + entries(3, 5)},  // a block of two: fewer than kept
+        {4, 2, 7, dropped(4) + entries(5, 7)},  //
+        {1, 5, 2, dropped(1) + entries(2, 2)},  // the block is at most what is kept
+        {0, 0, 2, dropped(1) + entries(2, 2)},  // and at least one
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.keep << "/" << c.drop << " after " << c.written);
+        ProgramLog small{clock, colors};
+        small.keepAtMost(c.keep, c.drop);
+        int rereads = 0;
+        small.Txtlog.onClear = [&] { ++rereads; };
+        for (int i = 1; i <= c.written; ++i) small.LogMessage(std::to_string(i));
+        EXPECT_EQ(small.Txtlog.text(), c.expected);
+        EXPECT_EQ(rereads > 0, small.dropped() > 0);
+        small.Clear();  // a clear starts the count again
+        small.LogNote("x");
+        EXPECT_EQ(small.Txtlog.text(), Entry("x"));
+        EXPECT_EQ(small.dropped(), 0u);
+    }
+    EXPECT_EQ(ProgramLog::kKeptEntries, 100'000u);
+
+    // A box emptied behind the log's back (or one that keeps nothing) is counted afresh.
+    log.keepAtMost(2, 1);
+    log.LogNote("a");
+    log.LogNote("b");
+    log.Txtlog.clear();
+    log.LogNote("c");
+    log.LogNote("d");
+    EXPECT_EQ(text(), Entry("c") + Entry("d"));
+    log.LogNote("e");
+    EXPECT_EQ(text(), dropped(1) + Entry("d") + Entry("e"));
+}
+
+// A chosen file receives every entry, also those the box has dropped; Save Log writes what the
+// box shows first. A file that cannot be written is reported and loses nothing already saved.
+TEST_F(ProgramLogTest, LogFileReceivesEveryEntry) {
+    testing::TempDir dir;
+    const std::string streamed = dir.file("streamed.log");
+    const std::string saved = dir.file("saved.log");
+    testing::WriteBytes(streamed, "earlier run\n");
+    log.keepAtMost(2, 1);
+    log.LogMessage("before");
+    ASSERT_EQ(log.streamTo(streamed), std::nullopt);
+    for (const char* t : {"one", "two", "three"}) log.LogMessage(t);
+    EXPECT_EQ(testing::ReadBytes(streamed),
+              "earlier run\n" + Entry("one") + Entry("two") + Entry("three"));
+    const std::string header =
+        "(2 older entries dropped from this view; every entry is written to " + streamed +
+        ")\r\n\r\n";
+    EXPECT_EQ(text(), header + Entry("two") + Entry("three"));
+
+    // Saving to the file already written keeps it whole.
+    EXPECT_EQ(log.saveTo(streamed), std::nullopt);
+    EXPECT_EQ(log.saveTo(dir.path().string()), std::optional<std::string>("Is a directory"));
+    EXPECT_EQ(log.streamTo(""), std::optional<std::string>("no file name was given"));
+    EXPECT_EQ(log.streamPath(), streamed);  // a failed start keeps the earlier file
+    ASSERT_EQ(log.saveTo(saved), std::nullopt);
+    log.LogNote("four");
+    EXPECT_EQ(testing::ReadBytes(saved), header + Entry("two") + Entry("three") + Entry("four"));
+    EXPECT_EQ(testing::ReadBytes(streamed).find("four"), std::string::npos);
+
+    // A full disk: the failure is said in the box and the stream stops; nothing is thrown.
+    ASSERT_EQ(log.streamTo("/dev/full"), std::nullopt);
+    log.LogError("five");
+    EXPECT_EQ(log.streamPath(), "");
+    EXPECT_NE(text().find("The log file /dev/full could not be written (No space left on "
+                          "device); the log is no longer saved"),
+              std::string::npos);
+    log.LogNote("six");
+    EXPECT_NE(text().find(Entry("six")), std::string::npos);
 }
 
 TEST(ColorSetTest, PaletteAndToggle) {

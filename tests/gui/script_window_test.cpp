@@ -114,10 +114,6 @@ private slots:
         QTableView* grid = v->grid();
         QCOMPARE(grid->model()->rowCount(), 6);
         QCOMPARE(grid->model()->headerData(kColDataWr - 1, Qt::Horizontal), QVariant("Data_Wr"));
-        for (int c = 1; c <= kScriptColumns; ++c) {
-            QCOMPARE(grid->horizontalHeader()->sectionSize(c - 1),
-                     v->model().vbalGrid1.column(c).width);
-        }
         QCOMPARE(cell(v, 4, kColDataRd), QVariant("5A"));
         QCOMPARE(cell(v, 4, kColActRd), QVariant("--"));
         QCOMPARE(cell(v, 2, kColComment), QVariant(QString::fromUtf8("# caf\u00e9")));
@@ -150,6 +146,67 @@ private slots:
         QVERIFY(child<QGroupBox>(v, "frmDataRecord")->isVisible());
         QVERIFY(child<QPushButton>(v, "cmdExecAll")->isVisible());
         QVERIFY(!child<QPushButton>(v, "cmdAbort")->isVisible());
+    }
+
+    // A load fits every column to its widest text (Act_Rd as wide as Data_Rd, which its reads
+    // fill); a column the user drags keeps its width through a run.
+    void columnsFitTheirTextOnLoadAndKeepWhatTheUserDrags() {
+        const std::string path = dir->file("gpio_walk.txt");
+        std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "gpio_walk.txt",
+                                   path);
+        // A first script, then the GPIO walk in the same window: the second load fits too.
+        rig->dialogs.openChoices = {script("regs.txt", kScript), path};
+        windows->showScriptWindow();
+        ScriptWindowView* v = view();
+        QVERIFY(QTest::qWaitForWindowExposed(v));
+        child<QAction>(v, "mnuScript_Read")->trigger();
+        QCoreApplication::processEvents();
+        QHeaderView* header = v->grid()->horizontalHeader();
+        const QFontMetrics metrics = v->grid()->fontMetrics();
+        // The style keeps this much of a cell clear beside its text.
+        const int margins = 2 * (v->grid()->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
+        const int rows = v->grid()->model()->rowCount();
+        for (int c = 1; c < kScriptColumns; ++c) {
+            int widest = header->fontMetrics().horizontalAdvance(
+                v->grid()->model()->headerData(c - 1, Qt::Horizontal).toString());
+            for (int r = 1; r <= rows; ++r) {
+                widest = std::max(widest, metrics.horizontalAdvance(cell(v, r, c).toString()));
+            }
+            QVERIFY2(header->sectionSize(c - 1) >= widest + margins,
+                     qPrintable(QString::number(c)));
+            QVERIFY2(header->sectionSize(c - 1) < widest + 60, qPrintable(QString::number(c)));
+        }
+        QVERIFY(cell(v, 3, kColDataWr).toString().size() >= 8);
+        QCOMPARE(header->sectionSize(kColActRd - 1), header->sectionSize(kColDataRd - 1));
+        QCOMPARE(header->sectionResizeMode(kColDataWr - 1), QHeaderView::Interactive);
+        header->resizeSection(kColDataWr - 1, 300);
+        runAll(v);
+        QCOMPARE(header->sectionSize(kColDataWr - 1), 300);
+    }
+
+    // The selected row is framed: its cells keep the colours the run gave them.
+    void selectedRowKeepsItsCellColours() {
+        rig->dialogs.openChoices = {script("regs.txt", kScript)};
+        windows->showScriptWindow();
+        ScriptWindowView* v = view();
+        QVERIFY(QTest::qWaitForWindowExposed(v));
+        runAll(v);
+        clickRow(v, 5);
+        QTableView* grid = v->grid();
+        QCOMPARE(grid->selectionModel()->selectedRows().first().row(), 4);
+        const QImage shot = grid->viewport()->grab().toImage();
+        const QColor highlight = grid->palette().color(QPalette::Highlight);
+        for (const auto& [column, colour] :
+             {std::pair{kColI2CAdr, kGreen}, std::pair{kColActRd, kRed}}) {
+            const QRect r = grid->visualRect(grid->model()->index(4, column - 1));
+            const int x = r.right() - 4;  // clear of the text
+            QCOMPARE(shot.pixelColor(x, r.center().y()), colour);
+            QCOMPARE(shot.pixelColor(x, r.top()), highlight);  // the frame
+        }
+        // A cell without a colour of its own is tinted, not filled with the highlight.
+        const QRect comment = grid->visualRect(grid->model()->index(4, kColComment - 1));
+        const QColor tinted = shot.pixelColor(comment.right() - 4, comment.center().y());
+        QVERIFY(tinted != highlight && tinted.lightness() > highlight.lightness());
     }
 
     void gridFillsTheWindowBelowTheControls() {
@@ -200,6 +257,19 @@ private slots:
         QCOMPARE(requests(), 4L);  // rows 2 to 5, once each
         QCOMPARE(v->grid()->selectionModel()->selectedRows().size(), 1);
         QCOMPARE(v->grid()->selectionModel()->selectedRows().first().row(), 4);
+
+        // Esc is Abort while a run goes on: pressed before the first row, the run stops after
+        // that row (a comment), so no request goes out.
+        v->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(v));
+        rig->board.model().clearSent();
+        std::function<void()> escOnceRunning = [&] {
+            if (!v->model().ScriptRunning) return rig->pump.atYield(1, escOnceRunning);
+            QTest::keyClick(v->grid(), Qt::Key_Escape);
+        };
+        rig->pump.atYield(1, escOnceRunning);
+        runAll(v);
+        QCOMPARE(requests(), 0L);
     }
 
     void windowsOpenAndCloseIndependentlyDuringARun() {
@@ -263,6 +333,15 @@ private slots:
         QVERIFY(SaveScreenshot(v, "script-loaded.png"));
         runAll(v);
         QVERIFY(SaveScreenshot(v, "script-run.png"));
+        clickRow(v, 9);  // the failed read: its colours show through the selection
+        QVERIFY(SaveScreenshot(v, "script-selected-row.png"));
+
+        const std::string gpio = dir->file("gpio_walk.txt");
+        std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "gpio_walk.txt",
+                                   gpio);
+        rig->dialogs.openChoices = {gpio};
+        child<QAction>(v, "mnuScript_Read")->trigger();
+        QVERIFY(SaveScreenshot(v, "script-gpio-columns.png"));
     }
 
     // The interrupt example, run from a copy so that its data log stays out of the sources:

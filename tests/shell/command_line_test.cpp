@@ -38,9 +38,9 @@ TEST(Options, ToolkitArgumentsAreLeftAlone) {
     EXPECT_TRUE(cl.simulate);
 }
 
-TEST(Options, ScreenshotFolder) {
-    EXPECT_EQ(Parse({"--screenshot", "docs/screenshots"}).screenshotDir, "docs/screenshots");
-    EXPECT_FALSE(Parse({"--screenshot="}).error.empty());
+TEST(Options, LogFile) {
+    EXPECT_EQ(Parse({"--log", "run.log"}).logFile, "run.log");
+    EXPECT_FALSE(Parse({"--log="}).error.empty());
 }
 
 TEST(Options, MistakesAreNamedInTheError) {
@@ -69,8 +69,8 @@ TEST(Options, ValueOfAnOptionIsNotReadAsAnOption) {
 
 TEST(Options, HelpTextNamesEveryOptionAndTheDefaults) {
     const std::string text = UsageText("i2cbridge");
-    for (const char* word : {"--simulate", "--vid", "--pid", "--screenshot", "--log FILE",
-                             "-h, --help", "-V, --version", "0x0547", "0x2005"}) {
+    for (const char* word : {"--simulate", "--vid", "--pid", "--log FILE", "-h, --help",
+                             "-V, --version", "0x0547", "0x2005"}) {
         EXPECT_NE(text.find(word), std::string::npos) << word;
     }
 }
