@@ -18,7 +18,7 @@ std::string HexId(uint16_t id) {
 constexpr const char* kBoardCommands = "read write dump scan gpio run";
 
 std::vector<OptionSpec> MakeTable() {
-    const unsigned both = kBothPrograms, cli = kCliProgram, window = kWindowProgram;
+    const unsigned both = kBothPrograms, cli = kCliProgram;
     return {
         {"--simulate", "", "", both, kBoardCommands,
          "use the built-in simulated board instead of the board on USB", ""},
