@@ -25,9 +25,9 @@
 #include "foundation/colors.h"
 #include "foundation/display_text.h"
 #include "foundation/hex_text.h"
+#include "main_window/frm_i2c_general.h"
 #include "qt/qt_binding.h"
 #include "qt/qt_log_view.h"
-#include "main_window/frm_i2c_general.h"
 #include "workbench/bus_tools.h"
 #include "workbench/connection_bracket.h"
 #include "workbench/workbench.h"
@@ -145,10 +145,7 @@ public:
 }  // namespace
 
 MainWindowView::MainWindowView(Program& program, bool simulatedBoard, QWidget* parent)
-    : MainModelHolder{program.mainWindowModel()},
-      QMainWindow(parent),
-      model_(*held),
-      wb_(program.wb) {
+    : ModelHolder(program.mainWindowModel()), QMainWindow(parent), model_(held()), wb_(program.wb) {
     setObjectName(QStringLiteral("frmI2C_General"));
     bind::windowTitle(model_.Caption, this,
                       simulatedBoard ? QStringLiteral(" [simulated board]") : QString());
