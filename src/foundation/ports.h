@@ -30,6 +30,9 @@ public:
     virtual DateTime now() = 0;
 };
 
+// A save dialog that asks no question when the chosen file exists.
+inline constexpr int kDialogNoOverwritePrompt = 0x1;
+
 // What a file dialog is asked to show, and what it remembers between showings: each dialog
 // keeps its last file name and file title for as long as the program runs.
 struct FileDialogState {
@@ -37,7 +40,7 @@ struct FileDialogState {
     std::string filter;   // "Text|pattern|Text|pattern"
     int filterIndex = 1;  // 1-based entry preselected
     std::string defaultExt;
-    int flags = 0;
+    int flags = 0;          // kDialogNoOverwritePrompt
     std::string fileName;   // in: proposed name; out: full path chosen
     std::string fileTitle;  // name part of fileName
 

@@ -70,6 +70,8 @@ bool QtDialogs::show(FileDialogState& state, bool save) {
     dialog.setOption(QFileDialog::DontUseNativeDialog, true);
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    dialog.setOption(QFileDialog::DontConfirmOverwrite,
+                     (state.flags & kDialogNoOverwritePrompt) != 0);
     if (!state.title.empty()) dialog.setWindowTitle(QString::fromStdString(state.title));
     if (!filters.isEmpty()) {
         dialog.setNameFilters(filters);

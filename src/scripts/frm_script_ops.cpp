@@ -148,24 +148,31 @@ void FrmScriptOps::cmdReload2_Click() {
     cmdRunContinuous.setVisible(false);
     cmdAbort.setVisible(false);
     wb_.pump.yield();
+    const std::string passes = txtRdPass.text(), fails = txtRdFails.text();
     txtRdFails.setText("");
     txtRdPass.setText("");
-    LoadScriptFile();
+    if (!LoadScriptFile()) {
+        // The rows of the last load stay in force, and so do their counts.
+        txtRdPass.setText(passes);
+        txtRdFails.setText(fails);
+    }
     cmdExecAll.setVisible(true);
     cmdRunContinuous.setVisible(true);
 }
 
-void FrmScriptOps::LoadScriptFile() {
+bool FrmScriptOps::LoadScriptFile() {
     const std::string& path = cdldialog.fileName;
     const std::string& title = cdldialog.fileTitle;
     ScriptRunState& run = wb_.script;
-    // What a failed read puts back: the window stays as it was, with the rows it shows.
-    const ScriptRunState before = run;
-    const std::string captionBefore = Caption.caption();
-    const bool reloadEnabled = cmdReload2.enabled();
-    const bool execEnabled = cmdExecAll.enabled();
-    const bool loopEnabled = cmdRunContinuous.enabled();
-    const bool recordShown = frmDataRecord.visible();
+
+    // The file is read before anything changes: a file that cannot be read leaves the window
+    // as it was, every box consistent with the rows still in force.
+    std::string bytes, why;
+    if (!ReadWholeFile(path, bytes, why)) {
+        wb_.log.LogMessage("Script file " + path + " could not be read: " + why, kCrLf);
+        wb_.dialogs.messageBox("Script Load Error " + why, kAppTitle, Dialogs::Buttons::Ok);
+        return false;
+    }
 
     run.EndMainLine = run.IntStartLine = run.IntEndLine = run.IntDetectLine = 0;
     for (TextBox* box :
@@ -181,26 +188,15 @@ void FrmScriptOps::LoadScriptFile() {
     txtRdPass.setText("0");
     txtRdFails.setText("0");
 
-    std::string bytes, why;
-    if (!ReadWholeFile(path, bytes, why)) {
-        run.EndMainLine = before.EndMainLine;
-        run.IntStartLine = before.IntStartLine;
-        run.IntEndLine = before.IntEndLine;
-        run.IntDetectLine = before.IntDetectLine;
-        Caption.setCaption(captionBefore);
-        cmdReload2.setEnabled(reloadEnabled);
-        cmdExecAll.setEnabled(execEnabled);
-        cmdRunContinuous.setEnabled(loopEnabled);
-        frmDataRecord.setVisible(recordShown);
-        wb_.log.LogMessage("Script file " + path + " could not be read: " + why, kCrLf);
-        wb_.dialogs.messageBox("Script Load Error " + why, kAppTitle, Dialogs::Buttons::Ok);
-        return;
-    }
     Caption.setCaption("Processing " + path);
     Caption.setCaption("Processing " + title);
     txtScriptLine1.setText(ClockText(wb_.pump.now()));
 
-    script = ReadScript(bytes, wb_.i2c.I2CWriteAddress);
+    // Rows before the first address command take the address this window shows, not whatever
+    // address the last row of any script left behind.
+    const int shown = HexToInt(txtI2CAdr.text());
+    script = ReadScript(
+        bytes, UsableAddress(shown) ? static_cast<uint8_t>(shown) : wb_.i2c.I2CWriteAddress);
     lastExecutedRow = 0;
     const int lines = rowCount();
     vbalGrid1.resetRows(lines);
@@ -239,6 +235,7 @@ void FrmScriptOps::LoadScriptFile() {
     cmdReload2.setEnabled(true);
     cmdExecAll.setEnabled(true);
     cmdRunContinuous.setEnabled(true);
+    return true;
 }
 
 }  // namespace i2cbridge

@@ -139,7 +139,8 @@ public:
 
     // Loading.
     void ReadScriptFile();
-    void LoadScriptFile();
+    // False when the file could not be read; the window then shows what it showed before.
+    bool LoadScriptFile();
     void cmdReload2_Click();
 
     // Execution.

@@ -124,14 +124,17 @@ void FrmScriptOps::transfer(int n) {
     }
 
     const std::string address = cellText(n, kColI2CAdr);
+    // A GPIO row has no I2C address: taking "GPIO" as address 0 would send the rows of the next
+    // load to the general call address, which every device on the bus obeys.
+    const bool gpioRow = address == "GPIO";
     const int value = HexToInt(address);
-    if (value < 0 || value >= 255) {
+    if (!gpioRow && (value < 0 || value >= 255)) {
         wb_.dialogs.messageBox(
             "Illegal I2C address Script Row " + std::to_string(n) + " Value = " + address,
             kAppTitle, Dialogs::Buttons::Ok);
         return;
     }
-    wb_.i2c.setAddress(value);
+    if (!gpioRow) wb_.i2c.setAddress(value);
     const int writeCount = WriteCount(r);
     const int readTotal = ReadTotal(r);
 
@@ -145,7 +148,7 @@ void FrmScriptOps::transfer(int n) {
         for (int i = 0; i < kSettleYields; ++i) pump.yield();
     }
     if (writeCount == 0 && readTotal == 0) return;
-    if (cellText(n, kColI2CAdr) == "GPIO") {
+    if (gpioRow) {
         GPIO_SET(n);
         pump.yield();
         return;
@@ -153,9 +156,12 @@ void FrmScriptOps::transfer(int n) {
     // A frame's count byte cannot carry more than 255 bytes; such a row is never sent cut.
     if (writeCount > kMaxFrameCount || r.DataRdBytes > kMaxFrameCount) {
         vbalGrid1.setBack(n, kColOperation, kCellRed);
-        vbalGrid1.setText(
-            n, kColComment,
-            cellText(n, kColComment) + " Not sent: more than 255 bytes for one frame");
+        static constexpr std::string_view kNotSent = " Not sent: more than 255 bytes for one frame";
+        const std::string& comment = cellText(n, kColComment);
+        // Once per load: a row run again keeps its one remark.
+        if (!comment.ends_with(kNotSent)) {
+            vbalGrid1.setText(n, kColComment, comment + std::string(kNotSent));
+        }
         return;
     }
     if (writeCount >= 1 && usb.UsbOpen) Write_I2C(n);

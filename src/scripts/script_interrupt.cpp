@@ -19,8 +19,11 @@ void FrmScriptOps::cmdISample_Click() {
     // Compared as text: an idle value typed in lower case never matches.
     if (txtLastRead.text() != txtIDefault.text()) {
         chkISample.setChecked(false);
-        // Before any row has run there is no step to report and no place to resume from.
-        if (lastExecutedRow != 0) {
+        // Before any row has run there is no step to report and no place to resume from. A
+        // detection inside a running routine (one that turned sampling on again while the line
+        // was still active) starts no second routine and must not move the resume point onto
+        // the routine's own rows: the main part would skip every row after the first detection.
+        if (lastExecutedRow != 0 && !wb_.script.ServiceRunning) {
             txtIdetectStep.setText(cellText(lastExecutedRow, kColLine));
             wb_.script.IntDetectLine = static_cast<int16_t>(lastExecutedRow);
             runService();
@@ -29,9 +32,8 @@ void FrmScriptOps::cmdISample_Click() {
     wb_.pump.yield();
 }
 
-// The rows from the Int Start line to the Int End line, nested in the row that sampled. A
-// routine that enables sampling again while the line is still active would start itself
-// again from its own rows: no second routine starts while one runs.
+// The rows from the Int Start line to the Int End line, nested in the row that sampled. No
+// second routine starts while one runs (the sampler checks before it gets here).
 void FrmScriptOps::runService() {
     ScriptRunState& run = wb_.script;
     if (run.IntStartLine == 0 || run.IntEndLine <= run.IntStartLine || run.ServiceRunning) return;

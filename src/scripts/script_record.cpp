@@ -3,6 +3,9 @@
 // the script's "_DL" data log (a "Save File" step).
 
 #include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <system_error>
 
 #include "foundation/append_file.h"
 #include "foundation/atomic_file.h"
@@ -12,12 +15,29 @@
 
 namespace i2cbridge {
 
+namespace {
+
+// Copies the file at `path` to NAME~ (replacing an older NAME~); why not, otherwise. The file
+// itself is replaced only after its copy is whole.
+std::optional<std::string> KeepEarlierVersion(const std::string& path) {
+    std::error_code error;
+    std::filesystem::copy_file(path, path + "~", std::filesystem::copy_options::overwrite_existing,
+                               error);
+    if (error) return "the earlier version could not be kept as " + path + "~: " + error.message();
+    return std::nullopt;
+}
+
+}  // namespace
+
 void FrmScriptOps::cmdBrowse_Click() {
     CommonDialog2.title = "Select File For Update";
     CommonDialog2.setFileName(cdldialog.fileName);
     CommonDialog2.filter = "All Files (*.*)|*.*|Script(*.txt)|*.txt";
     CommonDialog2.defaultExt = "*.txt";
-    wb_.dialogs.openFile(CommonDialog2);
+    // A save dialog, so that the record can go to a file that does not exist yet. It asks no
+    // question about an existing file: Append adds to it, and a replaced one is kept as NAME~.
+    CommonDialog2.flags |= kDialogNoOverwritePrompt;
+    wb_.dialogs.saveFile(CommonDialog2);
     // The name starts preset to the script's own path, so closing the dialog without a choice
     // puts that path in the box.
     if (!CommonDialog2.fileName.empty()) txtFilePath.setText(CommonDialog2.fileName);
@@ -45,13 +65,22 @@ void FrmScriptOps::cmdStartRec_Click() {
     for (const std::string& line : script.ScriptLines) text.append(line).append("\r\n");
 
     const std::string& path = txtFilePath.text();
-    const auto failure =
-        chkAppend.checked() ? AppendFileWhole(path, text) : WriteFileAtomically(path, text);
+    // A file that is not a data log (the script itself, after Browse was cancelled, or any other
+    // file the user named) keeps its earlier version as NAME~, one generation, as editors do;
+    // when that cannot be kept, the file is not touched.
+    std::optional<std::string> failure;
+    const bool keepEarlier = !IsDataLogPath(path) && std::filesystem::is_regular_file(path);
+    if (keepEarlier) failure = KeepEarlierVersion(path);
+    if (!failure) {
+        failure =
+            chkAppend.checked() ? AppendFileWhole(path, text) : WriteFileAtomically(path, text);
+    }
     if (failure) {
         wb_.dialogs.messageBox("Script not written to " + path + ": " + *failure, kAppTitle,
                                Dialogs::Buttons::Ok);
         return;
     }
+    if (keepEarlier) wb_.log.LogMessage("The earlier " + path + " is kept as " + path + "~");
     Label18.setCaption(std::to_string(script.ScriptLines.size()) +
                        " Script written: " + StampDate(now) + " " + StampTime(now));
 }

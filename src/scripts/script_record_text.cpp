@@ -53,4 +53,12 @@ std::string DataLogPath(std::string_view scriptPath) {
     return path;
 }
 
+bool IsDataLogPath(std::string_view path) {
+    const auto name = path.find_last_of("/\\");
+    std::string_view stem = path.substr(name == std::string_view::npos ? 0 : name + 1);
+    const auto dot = stem.rfind('.');
+    if (dot != std::string_view::npos && dot != 0) stem = stem.substr(0, dot);
+    return stem.size() > 3 && stem.ends_with("_DL");
+}
+
 }  // namespace i2cbridge

@@ -27,5 +27,8 @@ std::string StampTime(const DateTime& t);  // hh:mm:ss
 // The data log beside a script: "_DL" before the extension ("a1.txt" gives "a1_DL.txt"), or
 // at the end of a name without one.
 std::string DataLogPath(std::string_view scriptPath);
+// True for a name DataLogPath gives: "_DL" just before the extension, or at the end of a name
+// without one.
+bool IsDataLogPath(std::string_view path);
 
 }  // namespace i2cbridge

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "scripts/frm_script_ops.h"
 #include "support/fakes.h"
@@ -35,7 +36,28 @@ TEST_P(Examples, RunGreen) {
 
 INSTANTIATE_TEST_SUITE_P(All, Examples,
                          ::testing::Values("register_test.txt", "memory_test.txt", "gpio_walk.txt",
-                                           "delay_endmain.txt", "interrupt_service.txt"));
+                                           "delay_endmain.txt", "interrupt_service.txt",
+                                           "interrupt_rearm.txt"));
+
+// The routine turns sampling on again while the line is still low: the second detection,
+// inside the routine, must not move the resume point onto the routine's rows.
+TEST(InterruptExample, ARoutineThatSamplesAgainStillResumesTheMainPart) {
+    Rig rig;
+    TempDir dir;
+    const std::string path = dir.file("interrupt_rearm.txt");
+    std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "interrupt_rearm.txt",
+                               path);
+    rig.main();
+    auto w = rig.program->newScriptWindow();
+    rig.dialogs.openChoices.push_back(path);
+    w->Form_Load();
+    std::vector<int> rows;
+    w->onRowStarted = [&](int n) { rows.push_back(n); };
+    w->cmdExecAll_Click();
+
+    EXPECT_EQ(rows, (std::vector<int>{1, 2, 3, 4, 9, 10, 11, 12, 13, 5, 6, 7}));
+    EXPECT_EQ(w->txtIdetectStep.text(), w->cellText(4, kColLine));
+}
 
 TEST(InterruptExample, RoutineRunsAndEachPassIsLoggedWithItsMeasuredData) {
     Rig rig;

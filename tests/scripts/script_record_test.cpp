@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -69,7 +70,11 @@ TEST(RecordText, DataLogGoesBeforeTheExtension) {
         {"/tests/a1", "/tests/a1_DL"},           {"/tests.d/a1", "/tests.d/a1_DL"},
         {"/tests/.hidden", "/tests/.hidden_DL"}, {"C:\\tests\\a1.txt", "C:\\tests\\a1_DL.txt"},
     };
-    for (const auto& [script, log] : cases) EXPECT_EQ(DataLogPath(script), log) << script;
+    for (const auto& [script, log] : cases) {
+        EXPECT_EQ(DataLogPath(script), log) << script;
+        EXPECT_EQ(std::pair(IsDataLogPath(script), IsDataLogPath(log)), std::pair(false, true))
+            << script;
+    }
 }
 
 // --- Write to Disk and Save File --------------------------------------------------------------
@@ -78,22 +83,49 @@ using Record = RecordRig;
 
 TEST_F(Record, WriteToDiskPutsTheDataReadIntoTheScript) {
     FrmScriptOps& w = open("# bench test\r\n02,,11 # id\r\n03,,--\r\n`ENDM\r\n02,,77\r\n");
+    const std::string original = ReadBytes(path);
     w.cmdExecAll_Click();
     w.cmdBrowse_Click();  // cancelled: the script's own path stays preset
     EXPECT_EQ(w.txtFilePath.text(), path);
-    EXPECT_EQ(rig.dialogs.openShown.back().title, "Select File For Update");
+    EXPECT_EQ(rig.dialogs.saveShown.back().title, "Select File For Update");
     w.cmdStartRec_Click();
 
-    // Row 5 did not run (after End Main) and keeps its expected data.
-    EXPECT_EQ(ReadBytes(path),
-              "# bench test# AutoUpdated: 11-18-2026 17:05:09 Looping: 0\r\n02,,5A # id\r\n"
-              "03,,00\r\n`ENDM\r\n02,,77\r\n");
+    // Row 5 did not run (after End Main) and keeps its expected data. The script replaced is
+    // kept as NAME~, and the log says so.
+    const std::string written =
+        "# bench test# AutoUpdated: 11-18-2026 17:05:09 Looping: 0\r\n02,,5A # id\r\n"
+        "03,,00\r\n`ENDM\r\n02,,77\r\n";
+    EXPECT_EQ(ReadBytes(path), written);
+    EXPECT_EQ(ReadBytes(path + "~"), original);
+    EXPECT_NE(rig.log().find("The earlier " + path + " is kept as " + path + "~"),
+              std::string::npos);
     EXPECT_EQ(w.Label18.caption(), "5 Script written: 11-18-2026 17:05:09");
 
     w.chkAppend.setChecked(true);
     w.cmdStartRec_Click();
-    const std::string once = ReadBytes(path).substr(0, ReadBytes(path).size() / 2);
-    EXPECT_EQ(ReadBytes(path), once + once);
+    EXPECT_EQ(ReadBytes(path), written + written);
+    EXPECT_EQ(ReadBytes(path + "~"), written);  // one generation
+
+    // Where the earlier version cannot be kept, the file is not touched.
+    std::filesystem::remove(path + "~");
+    std::filesystem::create_directory(path + "~");
+    w.cmdStartRec_Click();
+    EXPECT_EQ(ReadBytes(path), written + written);
+    ASSERT_EQ(rig.dialogs.messages.size(), 1u);
+    EXPECT_EQ(rig.dialogs.messages[0].text.rfind(
+                  "Script not written to " + path + ": the earlier version could not be kept", 0),
+              0u);
+}
+
+TEST_F(Record, BrowseNamesANewFile) {
+    FrmScriptOps& w = open("02,,11\r\n");
+    const std::string fresh = dir.file("new_record.txt");
+    rig.dialogs.saveChoices.push_back(fresh);
+    w.cmdBrowse_Click();
+    EXPECT_TRUE(rig.dialogs.saveShown.back().flags & kDialogNoOverwritePrompt);
+    w.cmdStartRec_Click();
+    EXPECT_EQ(ReadBytes(fresh).substr(0, 6), "02,,11");
+    EXPECT_FALSE(std::filesystem::exists(fresh + "~"));
 }
 
 TEST_F(Record, AFailedWriteIsReportedAndTheLabelKeepsItsText) {

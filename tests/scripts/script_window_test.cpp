@@ -102,12 +102,17 @@ TEST_F(Loading, GridShowsEveryLineWithCaptionsCountsAndWidths) {
 }
 
 TEST_F(Loading, AFileThatCannotBeReadIsReportedAndTheRowsShownStay) {
-    FrmScriptOps& w = open("02,,5A\r\n");
+    FrmScriptOps& w = open("02,,5A\r\n`EISTART\r\n`EIEND\r\n");
+    w.cmdExecAll_Click();
     w.cdldialog.setFileName(dir.file("missing.txt"));
     w.cmdReload2_Click();
     ASSERT_EQ(rig.dialogs.messages.size(), 1u);
     EXPECT_EQ(rig.dialogs.messages[0].text.rfind("Script Load Error ", 0), 0u);
-    EXPECT_EQ(w.vbalGrid1.rowCount(), 1);
+    EXPECT_EQ(w.vbalGrid1.rowCount(), 3);
+    // Every box still tells of the rows in force.
+    EXPECT_EQ(tally(w) + " " + w.txttotReads.text() + " " + w.txtIstart.text() + "-" +
+                  w.txtIend.text() + " " + std::to_string(rig.wb->script.IntEndLine),
+              "1/0 1 2-3 3");
     EXPECT_EQ(w.Caption.caption(), "[ t.txt ]    Script IC Send / Receive");
     EXPECT_TRUE(w.cmdExecAll.enabled());
 }
@@ -250,9 +255,10 @@ TEST_F(Running, ARowOfMoreThan255BytesIsMarkedAndNotSent) {
     const std::string data(600, 'A');  // 300 bytes
     FrmScriptOps& w = open("10," + data + "\r\n02,,5A\r\n");
     w.cmdExecAll_Click();
+    w.cmdExecAll_Click();  // the remark is made once, not once per run
     EXPECT_EQ(back(w, 1, kColOperation), RgbColor(kCellRed));
-    EXPECT_NE(cell(w, 1, kColComment).find("Not sent: more than 255 bytes"), std::string::npos);
-    EXPECT_EQ(requests(), (std::vector<Bytes>{{1, 0x61, 0x02}}));
+    EXPECT_EQ(cell(w, 1, kColComment), " Not sent: more than 255 bytes for one frame");
+    EXPECT_EQ(requests(), (std::vector<Bytes>{{1, 0x61, 0x02}, {1, 0x61, 0x02}}));
 }
 
 TEST_F(Running, WriteAndReadCountErrorsAreLoggedAndColoured) {
@@ -275,6 +281,20 @@ TEST_F(Running, EightDigitGpioRowSetsEnablesComparesAndKeepsTheIdleValue) {
     EXPECT_EQ(cell(w, 1, kColActRd) + " " + cell(w, 2, kColActRd), "5AA5FFFF FFFD0000");
     EXPECT_EQ(w.txtIDefault.text(), "5AA5");
     EXPECT_EQ(tally(w), "1/1");
+}
+
+// A GPIO row has no I2C address: the next script loaded into the window must not start from
+// address 00, the general call address.
+TEST_F(Running, AGpioScriptLeavesTheAddressTheNextLoadStartsFrom) {
+    FrmScriptOps& w = open("`G5AA5\r\n");
+    w.cmdExecAll_Click();
+    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
+    rig.wb->i2c.setAddress(0);  // left behind by any other window's rows
+    const std::string next = dir.file("next.txt");
+    WriteBytes(next, "02,,5A\r\n");
+    rig.dialogs.openChoices.push_back(next);
+    w.mnuScript_Read_Click();
+    EXPECT_EQ(cell(w, 1, kColI2CAdr), "60");
 }
 
 TEST_F(Running, ASingleRowSelectedWhileIdleOpensAndClosesTheBoard) {
