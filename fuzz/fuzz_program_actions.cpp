@@ -46,9 +46,9 @@ constexpr int kMaxNesting = 4;
 // into them and beside them.
 class Files {
 public:
-    static constexpr std::size_t kInput = 6;
-    static constexpr std::size_t kSaved = 7;
-    static constexpr std::size_t kCount = 9;
+    static constexpr std::size_t kInput = 7;
+    static constexpr std::size_t kSaved = 8;
+    static constexpr std::size_t kCount = 10;
 
     static Files& instance() {
         static Files files;
@@ -70,8 +70,9 @@ private:
         dir_ = dir;
         const std::filesystem::path root(I2CB_SOURCE_DIR);
         for (const char* name : {"examples/delay_endmain.txt", "examples/gpio_walk.txt",
-                                 "examples/interrupt_service.txt", "examples/memory_test.txt",
-                                 "examples/register_test.txt", "docs/examples/video_mux.qrl"}) {
+                                 "examples/interrupt_rearm.txt", "examples/interrupt_service.txt",
+                                 "examples/memory_test.txt", "examples/register_test.txt",
+                                 "docs/examples/video_mux.qrl"}) {
             std::ifstream in(root / name, std::ios::binary);
             originals_.emplace_back(std::istreambuf_iterator<char>(in),
                                     std::istreambuf_iterator<char>());
@@ -434,8 +435,8 @@ Dialogs::Answer Answers::messageBox(const std::string&, const std::string&, Butt
 
 bool Answers::openFile(FileDialogState& state) {
     const uint8_t choice = actions_.next();
-    if (choice % 10 == 9) return false;
-    state.setFileName(Files::instance().path(choice));
+    if (choice % (Files::kCount + 1) == Files::kCount) return false;
+    state.setFileName(Files::instance().path(choice % (Files::kCount + 1)));
     return true;
 }
 
