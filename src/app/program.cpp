@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/transfer_trace.h"
 #include "gpio/frm_gpio.h"
 #include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
@@ -10,6 +11,9 @@ namespace i2cbridge {
 
 Program::Program(Workbench& w) : wb(w) {
     wb.host = this;
+    wb.startTrace = [&usb = wb.usb](const std::string& path, std::string& why) {
+        return std::unique_ptr<RunningTrace>(TransferTrace::Start(usb, path, why));
+    };
 }
 
 Program::~Program() {

@@ -12,12 +12,13 @@
 #include <string>
 
 #include "usb/connection.h"
+#include "workbench/trace_port.h"
 
 namespace i2cbridge {
 
-class TransferTrace {
+class TransferTrace : public RunningTrace {
 public:
-    ~TransferTrace();
+    ~TransferTrace() override;
     TransferTrace(const TransferTrace&) = delete;
     TransferTrace& operator=(const TransferTrace&) = delete;
 
@@ -25,7 +26,7 @@ public:
     // written. The trace ends (and the hook is removed) when the object goes.
     static std::unique_ptr<TransferTrace> Start(UsbConnection& usb, const std::string& path,
                                                 std::string& why);
-    const std::string& path() const { return path_; }
+    const std::string& path() const override { return path_; }
 
 private:
     TransferTrace(UsbConnection& usb, std::string path);

@@ -161,7 +161,8 @@ int Scan(const Options& o) {
     if (o.words.size() != 1) return Usage("scan takes no arguments");
     Session session(o);
     if (const int status = Start(session)) return status;
-    const std::vector<uint8_t> found = ScanBus(session.wb().usb, session.wb().i2c);
+    const BusScan scan = ScanBus(session.wb().usb, session.wb().i2c);
+    const std::vector<uint8_t>& found = scan.found;
     session.close();
     if (o.json) {
         std::printf("{\"found\":[");
@@ -197,33 +198,31 @@ int Gpio(const Options& o) {
     if (const int status = Start(session)) return status;
     session.close();
     Workbench& wb = session.wb();
-    FrmGPIO& screen = session.program().gpioScreen();
     const auto bytes = *HexBytes(data);
-    wb.GpioState[2] = bytes[0];
-    wb.GpioState[3] = bytes[1];
+    wb.GpioState.portBData = bytes[0];
+    wb.GpioState.portCLedData = bytes[1];
     if (o.enables) {
         const auto enables = *HexBytes(*o.enables);
-        wb.GpioState[0] = enables[0];
-        wb.GpioState[1] = enables[1];
-        screen.cmdGPIO_Write_Click();
-    } else {
-        screen.cmdWrite_GPIO_Data_Click();
+        wb.GpioState.portBEnables = enables[0];
+        wb.GpioState.portCLedEnables = enables[1];
     }
-    const std::string portB = screen.txtPCHexData[1].text();
-    const std::string portC = screen.txtPCHexData[3].text();
+    const GpioOutcome outcome = session.program().gpioScreen().writeAndReadBack(
+        o.enables ? GpioFrame::EnablesAndData : GpioFrame::DataOnly);
+    const GpioBytes& back = outcome.readBack;
+    const std::string portB = HexByteText(back.portBData);
+    const std::string portC = HexByteText(back.portCLedData);
+    const std::string enablesB = HexByteText(back.portBEnables);
+    const std::string enablesC = HexByteText(back.portCLedEnables);
     if (o.json) {
         std::printf("{\"portB\":\"%s\",\"portC\":\"%s\"", portB.c_str(), portC.c_str());
         if (o.enables) {
-            std::printf(",\"enablesB\":\"%s\",\"enablesC\":\"%s\"",
-                        screen.txtPCHex[1].text().c_str(), screen.txtPCHex[3].text().c_str());
+            std::printf(",\"enablesB\":\"%s\",\"enablesC\":\"%s\"", enablesB.c_str(),
+                        enablesC.c_str());
         }
         std::printf("}\n");
     } else {
         std::printf("port B %s  port C %s", portB.c_str(), portC.c_str());
-        if (o.enables) {
-            std::printf("  enables B %s  C %s", screen.txtPCHex[1].text().c_str(),
-                        screen.txtPCHex[3].text().c_str());
-        }
+        if (o.enables) std::printf("  enables B %s  C %s", enablesB.c_str(), enablesC.c_str());
         std::printf("\n");
     }
     return kExitOk;

@@ -14,6 +14,7 @@
 #include "cli/cli.h"
 #include "foundation/atomic_file.h"
 #include "foundation/hex_text.h"
+#include "foundation/whole_file.h"
 #include "main_window/frm_i2c_general.h"
 #include "scripts/frm_script_ops.h"
 #include "scripts/script_reader.h"
@@ -21,16 +22,6 @@
 namespace i2cbridge::cli {
 
 namespace {
-
-bool ReadFile(const std::string& path, std::string& bytes) {
-    std::ifstream in(path, std::ios::in | std::ios::binary);
-    if (!in.is_open()) return false;
-    std::ostringstream all;
-    all << in.rdbuf();
-    if (in.bad()) return false;
-    bytes = all.str();
-    return true;
-}
 
 std::string FileName(const std::string& path) {
     const auto cut = path.find_last_of('/');
@@ -160,7 +151,7 @@ private:
 int Show(const Options& o) {
     if (o.words.size() != 2) return Usage("show takes SCRIPT");
     std::string bytes;
-    if (!ReadFile(o.words[1], bytes)) {
+    if (!ReadWholeFile(o.words[1], bytes)) {
         std::fprintf(stderr, "i2cbridge-cli: cannot read %s: %s\n", o.words[1].c_str(),
                      std::strerror(errno));
         return kExitUsage;
@@ -212,7 +203,7 @@ int Run(const Options& o) {
         return Usage("--append goes with --update-expected");
     for (const std::string& path : scripts) {
         std::string bytes;
-        if (!ReadFile(path, bytes)) {
+        if (!ReadWholeFile(path, bytes)) {
             std::fprintf(stderr, "i2cbridge-cli: cannot read %s: %s\n", path.c_str(),
                          std::strerror(errno));
             return kExitUsage;

@@ -10,9 +10,6 @@ void ColorSet::InitColors() {
     ColorLightRed = 12;
     ColorLightGreen = 10;
     ColorGreen = 2;
-    ColorYellow = 6;
-    ColorLightYellow = 14;
-    ColorWhite = 15;
 }
 
 uint32_t QBColorRgb(int index) {

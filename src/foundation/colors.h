@@ -12,9 +12,6 @@ struct ColorSet {
     double ColorGreen = 0;
     double ColorLightGreen = 0;
     double ColorLightRed = 0;
-    double ColorYellow = 0;
-    double ColorLightYellow = 0;
-    double ColorWhite = 0;
 
     void InitColors();
 

@@ -22,6 +22,8 @@ const char* CoreErrorText(CoreError error) {
             return "the file could not be written";
         case CoreError::Aborted:
             return "aborted";
+        case CoreError::NotDefinitions:
+            return "not a register definitions file";
     }
     return "unknown error";
 }

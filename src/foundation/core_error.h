@@ -16,6 +16,7 @@ enum class CoreError {
     FileUnreadable,   // a file could not be read; the outcome carries the system's reason
     FileUnwritable,   // a file could not be written; the outcome carries the system's reason
     Aborted,          // the user (or a signal) stopped the operation before its end
+    NotDefinitions,   // the file holds no register line: it is no register definitions file
 };
 
 // One short sentence per error, without a trailing full stop.

@@ -1,18 +1,16 @@
 #include "foundation/program_log.h"
 
-#include <cstdio>
+#include "foundation/clock_text.h"
 
 namespace i2cbridge {
 
 void AppendLogLine(LogBox& box, std::string_view text, std::string_view suffix, bool clear,
                    const DateTime& now) {
     if (clear) box.clear();
-    char stamp[32];
-    std::snprintf(stamp, sizeof stamp, " :%02d-%02d-%04d %02d:%02d:%02d", now.month, now.day,
-                  now.year, now.hour, now.minute, now.second);
     std::string entry;
     entry.reserve(text.size() + 21 + 2 * suffix.size());
-    entry.append(text).append(stamp).append(suffix).append(suffix);
+    entry.append(text).append(" :").append(DateText(now)).append(" ").append(ClockText(now));
+    entry.append(suffix).append(suffix);
     box.append(entry);
 }
 

@@ -16,9 +16,6 @@ constexpr const char* kPortBCaptions[8] = {"PB0 P1.02", "PB1 P1.03", "PB2 P1.04"
 constexpr const char* kPortCCaptions[4] = {"PC4 P2.05", "PC5 P2.04", "PC6 P2.03", "PC7 P2.02"};
 constexpr const char* kLedCaptions[2] = {"Red Led", "Green Led"};
 
-// Byte indexes into GpioState.
-constexpr int kPbEnables = 0, kPcEnables = 1, kPbData = 2, kPcData = 3;
-
 void SetBit(uint8_t& byte, int bit, bool on) {
     if (on) {
         byte = static_cast<uint8_t>(byte | (1u << bit));
@@ -56,11 +53,11 @@ FrmGPIO::FrmGPIO(Workbench& wb) : wb_(wb) {
 }
 
 void FrmGPIO::Form_Load() {
-    const auto& g = wb_.GpioState;
-    txtPCHex[0].setText(HexByteText(g[kPbEnables]));
-    txtPCHex[2].setText(HexByteText(g[kPcEnables]));
-    txtPCHexData[0].setText(HexByteText(g[kPbData]));
-    txtPCHexData[2].setText(HexByteText(g[kPcData]));
+    const GpioBytes& g = wb_.GpioState;
+    txtPCHex[0].setText(HexByteText(g.portBEnables));
+    txtPCHex[2].setText(HexByteText(g.portCLedEnables));
+    txtPCHexData[0].setText(HexByteText(g.portBData));
+    txtPCHexData[2].setText(HexByteText(g.portCLedData));
 }
 
 void FrmGPIO::setChecked(CheckBox& box, bool checked, void (FrmGPIO::*click)(int), int index) {
@@ -70,57 +67,80 @@ void FrmGPIO::setChecked(CheckBox& box, bool checked, void (FrmGPIO::*click)(int
 }
 
 void FrmGPIO::ChkBData_Click(int Index) {
-    SetBit(wb_.GpioState[kPbData], Index, ChkBData[Index].checked());
-    txtPCHexData[0].setText(HexByteText(wb_.GpioState[kPbData]));
+    SetBit(wb_.GpioState.portBData, Index, ChkBData[Index].checked());
+    txtPCHexData[0].setText(HexByteText(wb_.GpioState.portBData));
 }
 
 void FrmGPIO::ChkCData_Click(int Index) {
-    SetBit(wb_.GpioState[kPcData], Index + 4, ChkCData[Index].checked());
-    txtPCHexData[2].setText(HexByteText(wb_.GpioState[kPcData]));
+    SetBit(wb_.GpioState.portCLedData, Index + 4, ChkCData[Index].checked());
+    txtPCHexData[2].setText(HexByteText(wb_.GpioState.portCLedData));
 }
 
 void FrmGPIO::ChKLedData_Click(int Index) {
-    SetBit(wb_.GpioState[kPcData], Index, ChKLedData[Index].checked());
-    txtPCHexData[2].setText(HexByteText(wb_.GpioState[kPcData]));
+    SetBit(wb_.GpioState.portCLedData, Index, ChKLedData[Index].checked());
+    txtPCHexData[2].setText(HexByteText(wb_.GpioState.portCLedData));
 }
 
 // An unchecked enable leaves its data box greyed with its check state kept.
 void FrmGPIO::chkOutEn_Click(int Index) {
     const bool on = chkOutEn[Index].checked();
     ChkBData[Index].setEnabled(on);
-    SetBit(wb_.GpioState[kPbEnables], Index, on);
-    txtPCHex[0].setText(HexByteText(wb_.GpioState[kPbEnables]));
+    SetBit(wb_.GpioState.portBEnables, Index, on);
+    txtPCHex[0].setText(HexByteText(wb_.GpioState.portBEnables));
 }
 
 void FrmGPIO::chkOutEnc_Click(int Index) {
     const bool on = chkOutEnc[Index].checked();
     ChkCData[Index].setEnabled(on);
-    SetBit(wb_.GpioState[kPcEnables], Index + 4, on);
-    txtPCHex[2].setText(HexByteText(wb_.GpioState[kPcEnables]));
+    SetBit(wb_.GpioState.portCLedEnables, Index + 4, on);
+    txtPCHex[2].setText(HexByteText(wb_.GpioState.portCLedEnables));
+}
+
+std::string GpioOutcome::readBackText() const {
+    std::string text = HexByteText(readBack.portBData) + HexByteText(readBack.portCLedData);
+    if (frame == GpioFrame::EnablesAndData)
+        text += HexByteText(readBack.portBEnables) + HexByteText(readBack.portCLedEnables);
+    return text;
 }
 
 // The two frames carry no command byte: the board tells them apart by length, data first.
 // WriteByteCount is left at the frame's length for the next I2C write to find.
-void FrmGPIO::writeAndReadBack(bool withEnables) {
+GpioOutcome FrmGPIO::writeAndReadBack(GpioFrame frame) {
     const auto keep = keepAlive();
+    const bool withEnables = frame == GpioFrame::EnablesAndData;
     ConnectionBracket bracket(wb_.usb, wb_.pump);
     bracket.open();
     wb_.pump.yield();
 
-    const auto& g = wb_.GpioState;
-    std::vector<uint8_t> frame{g[kPbData], g[kPcData]};
-    if (withEnables) frame.insert(frame.end(), {g[kPbEnables], g[kPcEnables]});
-    wb_.i2c.WriteByteCount = static_cast<int16_t>(frame.size());
-    const Reply answer = GpioExchange(wb_.usb, frame);
-
-    const ColorSet& c = wb_.colors;
-    txtPCHexData[1].setText(HexByteText(answer[0]));
-    txtPCHexData[3].setText(HexByteText(answer[1]));
+    GpioOutcome outcome;
+    outcome.frame = frame;
+    outcome.written = wb_.GpioState;
+    const GpioBytes& g = outcome.written;
+    std::vector<uint8_t> bytes{g.portBData, g.portCLedData};
+    if (withEnables) bytes.insert(bytes.end(), {g.portBEnables, g.portCLedEnables});
+    wb_.i2c.WriteByteCount = static_cast<int16_t>(bytes.size());
+    const Reply answer = GpioExchange(wb_.usb, bytes);
+    outcome.error = answer.error();
+    outcome.readBack.portBData = answer[0];
+    outcome.readBack.portCLedData = answer[1];
     if (withEnables) {
-        txtPCHex[1].setText(HexByteText(answer[2]));
-        txtPCHex[3].setText(HexByteText(answer[3]));
-        shpGpioWr[2].setColor(answer[2] == g[kPbEnables] ? c.lightGreen() : c.lightRed());
-        shpGpioWr[3].setColor(answer[3] == g[kPcEnables] ? c.lightGreen() : c.lightRed());
+        outcome.readBack.portBEnables = answer[2];
+        outcome.readBack.portCLedEnables = answer[3];
+    }
+
+    // The lamps compare with the state as it is now: a handler that ran inside the exchange's
+    // yields may have changed it.
+    const GpioBytes& now = wb_.GpioState;
+    const GpioBytes& r = outcome.readBack;
+    const ColorSet& c = wb_.colors;
+    txtPCHexData[1].setText(HexByteText(r.portBData));
+    txtPCHexData[3].setText(HexByteText(r.portCLedData));
+    if (withEnables) {
+        txtPCHex[1].setText(HexByteText(r.portBEnables));
+        txtPCHex[3].setText(HexByteText(r.portCLedEnables));
+        shpGpioWr[2].setColor(r.portBEnables == now.portBEnables ? c.lightGreen() : c.lightRed());
+        shpGpioWr[3].setColor(r.portCLedEnables == now.portCLedEnables ? c.lightGreen()
+                                                                       : c.lightRed());
     }
     ToggleSuccessLamp(shpGpioWr[4], c);
     ToggleSuccessLamp(shpGpioWr[5], c);
@@ -128,13 +148,14 @@ void FrmGPIO::writeAndReadBack(bool withEnables) {
 
     bracket.close();
     wb_.pump.yield();
+    return outcome;
 }
 
-void FrmGPIO::cmdGPIO_Write_Click() {
-    writeAndReadBack(true);
+GpioOutcome FrmGPIO::cmdGPIO_Write_Click() {
+    return writeAndReadBack(GpioFrame::EnablesAndData);
 }
-void FrmGPIO::cmdWrite_GPIO_Data_Click() {
-    writeAndReadBack(false);
+GpioOutcome FrmGPIO::cmdWrite_GPIO_Data_Click() {
+    return writeAndReadBack(GpioFrame::DataOnly);
 }
 
 }  // namespace i2cbridge

@@ -8,11 +8,30 @@
 #include <cstdint>
 
 #include "foundation/controls.h"
+#include "foundation/core_error.h"
 #include "foundation/form.h"
+#include "workbench/workbench.h"
 
 namespace i2cbridge {
 
-class Workbench;
+// Which GPIO frame a write-and-read-back sends: the data bytes alone (2 bytes), or the data
+// bytes and then the enables (4 bytes).
+enum class GpioFrame { DataOnly, EnablesAndData };
+
+// What one GPIO write-and-read-back did. `written` is GpioState as it was sent; `readBack` is
+// the board's answer put into the same order (its enables only for EnablesAndData, else 0).
+// NoBoard: no board was open; TransferFailed: the driver failed the write or the read. The
+// read-back of a failed exchange is the zeros the screen shows.
+struct GpioOutcome {
+    GpioFrame frame = GpioFrame::DataOnly;
+    GpioBytes written;
+    GpioBytes readBack;
+    CoreError error = CoreError::None;
+    bool ok() const { return error == CoreError::None; }
+    // The data read back as the screen shows it: port B then port C, two digits each
+    // ("FF53"); with the enables ("FF530080") for EnablesAndData.
+    std::string readBackText() const;
+};
 
 class FrmGPIO : public Form {
 public:
@@ -39,8 +58,14 @@ public:
     Button cmdWrite_GPIO_Data{"Write / Read Data Only"};
 
     void Form_Load();
-    void cmdGPIO_Write_Click();
-    void cmdWrite_GPIO_Data_Click();
+    // The two buttons; each is writeAndReadBack with its frame.
+    GpioOutcome cmdGPIO_Write_Click();
+    GpioOutcome cmdWrite_GPIO_Data_Click();
+    // The one GPIO write-and-read-back, for the buttons, script rows, interrupt sampling and
+    // the command line's gpio: opens the board unless the user holds it, sends GpioState as
+    // it stands in the frame asked for, reads the 25-byte answer, paints the read-back boxes
+    // and lamps, closes the board again, and says what happened. Set GpioState first.
+    GpioOutcome writeAndReadBack(GpioFrame frame);
     void ChKLedData_Click(int Index);
     void ChkBData_Click(int Index);
     void ChkCData_Click(int Index);
@@ -51,8 +76,6 @@ public:
     void setChecked(CheckBox& box, bool checked, void (FrmGPIO::*click)(int), int index);
 
 private:
-    void writeAndReadBack(bool withEnables);
-
     Workbench& wb_;
 };
 

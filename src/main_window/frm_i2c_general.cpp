@@ -162,6 +162,46 @@ void FrmI2CGeneral::cmdClearLog_Click() {
     wb_.log.Clear();
 }
 
+BusScan FrmI2CGeneral::mnuScanBus_Click() {
+    const auto keep = keepAlive();
+    ConnectionBracket bracket(wb_.usb, wb_.pump);
+    bracket.open();
+    BusScan scan = ScanBus(wb_.usb, wb_.i2c);
+    bracket.close();
+    wb_.log.LogMessage(BusScanText(scan));
+    return scan;
+}
+
+TraceStart FrmI2CGeneral::mnuTraceStart_Click() {
+    traceDialog_.title = "Trace Transfers To";
+    traceDialog_.filter = "Text trace (*.txt)|*.txt|Capture for Wireshark (*.pcap)|*.pcap";
+    traceDialog_.defaultExt = "txt";
+    TraceStart outcome;
+    if (!wb_.dialogs.saveFile(traceDialog_) || traceDialog_.fileName.empty()) return outcome;
+    mnuTraceStop_Click();
+    outcome.path = traceDialog_.fileName;
+    if (wb_.startTrace) {
+        trace_ = wb_.startTrace(outcome.path, outcome.reason);
+    } else {
+        outcome.reason = "this program keeps no traces";
+    }
+    if (!trace_) {
+        outcome.error = CoreError::FileUnwritable;
+        wb_.log.LogMessage("Trace not started: " + outcome.path + ": " + outcome.reason);
+        return outcome;
+    }
+    wb_.log.LogMessage("Trace started: " + outcome.path);
+    return outcome;
+}
+
+std::string FrmI2CGeneral::mnuTraceStop_Click() {
+    if (!trace_) return {};
+    const std::string path = trace_->path();
+    trace_.reset();
+    wb_.log.LogMessage("Trace stopped: " + path);
+    return path;
+}
+
 void FrmI2CGeneral::driverStarted(UsbDriverHandle handle) {
     txthDriver.setText(DecText(handle));
 }
@@ -208,12 +248,6 @@ void FrmI2CGeneral::cmdUSBDisconnect_Click() {
 }
 void FrmI2CGeneral::ChKManUsbConn_Click() {
     wb_.usb.ManualUsbConnect = ChKManUsbConn.checked();
-}
-void FrmI2CGeneral::writePipe() {
-    wb_.usb.writePipe();
-}
-void FrmI2CGeneral::readPipe() {
-    wb_.usb.readPipe();
 }
 
 }  // namespace i2cbridge

@@ -16,13 +16,17 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "foundation/controls.h"
+#include "foundation/core_error.h"
 #include "foundation/form.h"
 #include "foundation/ports.h"
 #include "foundation/program_log.h"
 #include "usb/connection.h"
+#include "workbench/bus_tools.h"
 #include "workbench/connection_bracket.h"
+#include "workbench/trace_port.h"
 
 namespace i2cbridge {
 
@@ -46,6 +50,30 @@ struct ConnectionPanel {
     Button cmdexit{"Exit"};
     Button cbSend{"Send All", "Updates all writable registers and samples internal registers."};
     Button cbReset{"Reset", "Reset Procedure"};
+};
+
+// What Start Trace did: the file the transfers now go to, or why not (FileUnwritable with the
+// system's reason). A cancelled dialog gives an empty path and no error.
+struct TraceStart {
+    std::string path;
+    CoreError error = CoreError::None;
+    std::string reason;
+    bool started() const { return error == CoreError::None && !path.empty(); }
+};
+
+// What opening a register definitions file did: how many rows and whether the address were
+// loaded, the numbers (from 1) of the lines that were not, how many lines the file had (33
+// when whole). A file that was not loaded at all says why: FileUnreadable with the system's
+// reason, or NotDefinitions; the table and the address box are then as they were. A
+// cancelled dialog gives an empty path.
+struct RegisterFileLoad {
+    std::string path;
+    int rowsLoaded = 0;
+    bool addressLoaded = false;
+    std::vector<int> badLines;
+    int linesRead = 0;
+    CoreError error = CoreError::None;
+    std::string reason;
 };
 
 class FrmI2CGeneral : public Form, public ConnectionPanel, private ConnectionBracket::Painter {
@@ -142,14 +170,22 @@ public:
     void SSTab1_Click();
     void cmdClearLog_Click();
 
+    // File menu tools beside the window's own entries. Scan Bus opens the board as every
+    // operation does (unless the user holds the connection), probes every address, logs what
+    // answered (BusScanText) and returns it. Start Trace asks for a file with the save
+    // dialog, ends a trace already running and starts one to the file; Stop Trace ends the
+    // running trace and returns its file (empty when none ran). Both log what they did.
+    BusScan mnuScanBus_Click();
+    TraceStart mnuTraceStart_Click();
+    std::string mnuTraceStop_Click();
+    bool tracing() const { return trace_ != nullptr; }
+
     // Connection (public: other windows call them through the single instance).
     void Connect_Usb();
     void Disconnect_USB();
     void cmdUSBConnect_Click();
     void cmdUSBDisconnect_Click();
     void ChKManUsbConn_Click();
-    void writePipe();
-    void readPipe();
 
     // I2C address and single-byte panel.
     void txtI2CAdr_KeyPress(int& KeyAscii);
@@ -174,8 +210,8 @@ public:
     // Register definitions files. WriteParameters returns true when the file was written; a
     // failure has already been logged.
     bool WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn);
-    void Read_Param_File();
-    void mnuSetup_Open_Click();
+    RegisterFileLoad Read_Param_File();
+    RegisterFileLoad mnuSetup_Open_Click();
     void mnuSetup_Save_Click();
 
     // Communications test.
@@ -210,9 +246,13 @@ private:
     void writeRow(int row, WriteAddressFrom from);
     // The write lamp and box of a row after a write, both made visible.
     void showRowWrite(int row, uint8_t count);
+    // A register row's four boxes in the file's field order (RegisterRowFields).
+    std::array<TextBox*, 4> rowBoxes(int row);
 
     Workbench& wb_;
     ConnectionBracket bracket_;
+    std::unique_ptr<RunningTrace> trace_;
+    FileDialogState traceDialog_;
 };
 
 }  // namespace i2cbridge

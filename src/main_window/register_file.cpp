@@ -1,13 +1,11 @@
 // Register definitions files: File > Open > "Comm Register Definitions" fills the register
 // table and the I2C address from a .qrl file, File > "Save" writes them to one.
 
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
+#include <sstream>
 
 #include "foundation/atomic_file.h"
 #include "foundation/hex_text.h"
+#include "foundation/whole_file.h"
 #include "main_window/frm_i2c_general.h"
 #include "main_window/register_file_format.h"
 #include "workbench/workbench.h"
@@ -25,27 +23,23 @@ std::string FileLogText(const std::string& path, std::string_view what) {
     return "Register definitions file " + path + " " + std::string(what);
 }
 
-// Opens a file for reading; returns why it could not be opened, or nothing.
-std::optional<std::string> OpenForReading(const std::string& path, std::ifstream& in) {
-    if (path.empty()) return "no file name was given";
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec)) return "it is a folder";
-    errno = 0;
-    in.open(path, std::ios::in | std::ios::binary);
-    if (in.is_open()) return std::nullopt;
-    if (errno != 0) return std::string(std::strerror(errno));
-    return "the system gave no reason";
-}
+// More than a definitions file could hold: a bigger file is judged by its start alone.
+constexpr std::size_t kLargestFileRead = 4 * 1024 * 1024;
 
 }  // namespace
+
+std::array<TextBox*, 4> FrmI2CGeneral::rowBoxes(int row) {
+    return {&Reg_Adr[row], &Reg_Desc[row], &txtBWrite[row], &txtRdByte[row]};
+}
 
 bool FrmI2CGeneral::WriteParameters(const std::string& strParamFile, FrmI2CGeneral& FrmIn) {
     RegisterDefinitions table;
     table.address = FrmIn.txtI2CAdr.text();
     for (int k = 0; k < kRegisterRows; ++k) {
         wb_.pump.yield();
-        table.rows[k] = {FrmIn.Reg_Adr[k].text(), FrmIn.Reg_Desc[k].text(),
-                         FrmIn.txtBWrite[k].text(), FrmIn.txtRdByte[k].text()};
+        const auto fields = RegisterRowFields(table.rows[k]);
+        const auto boxes = FrmIn.rowBoxes(k);
+        for (int f = 0; f < kFieldsPerRegisterRow; ++f) *fields[f] = boxes[f]->text();
     }
     const std::string text = FormatRegisterFile(table);
     // The whole text goes out in one step, so a failed save leaves the earlier file whole.
@@ -63,59 +57,70 @@ bool FrmI2CGeneral::WriteParameters(const std::string& strParamFile, FrmI2CGener
     return true;
 }
 
-void FrmI2CGeneral::Read_Param_File() {
-    const std::string path = cdldialog.fileName;
-    std::ifstream in;
-    if (auto failure = OpenForReading(path, in)) {
-        wb_.log.LogMessage(FileLogText(path, "could not be opened: " + *failure), kCrLf);
-        return;
+// The file is read whole before anything changes: a file that cannot be read, or that holds
+// no register line at all (a script, a picture, a file picked by mistake), leaves the table,
+// the address and the caption as they were. Otherwise the good lines are loaded and the bad
+// ones named.
+RegisterFileLoad FrmI2CGeneral::Read_Param_File() {
+    RegisterFileLoad outcome;
+    outcome.path = cdldialog.fileName;
+    const std::string& path = outcome.path;
+    std::string bytes;
+    if (!ReadWholeFile(path, bytes, &outcome.reason, kLargestFileRead)) {
+        wb_.log.LogMessage(FileLogText(path, "could not be read: " + outcome.reason), kCrLf);
+        outcome.error = CoreError::FileUnreadable;
+        return outcome;
     }
-    // The caption names the file once it is open, before anything is read from it.
+    std::istringstream in(bytes);
+    const RegisterFileRead read = ReadRegisterFile(in);
+    outcome.linesRead = read.lines;
+    if (!read.isDefinitionsFile()) {
+        outcome.error = CoreError::NotDefinitions;
+        wb_.log.LogMessage(path + " is not a register definitions file", kCrLf);
+        return outcome;
+    }
+
     Caption.setCaption(cdldialog.fileTitle + kCaptionSuffix);
     CommonDialog1.setFileName(cdldialog.fileTitle);
-
-    const RegisterFileFields read = ReadRegisterFields(in);
-    const int count = static_cast<int>(read.fields.size());
-    for (int i = 0; i < count; ++i) {
-        const std::string& field = read.fields[i];
-        const auto slot = SlotOfRegisterField(i);
-        if (slot->row < 0) {
-            if (slot->column == 0) continue;  // the label "I2C ADDRESS", whatever it says
-            // No range test here: 1C0 gives the address C0.
-            txtI2CAdr.setText(UpperCase(field));
-            wb_.i2c.setAddress(HexToInt(txtI2CAdr.text()));
-            txtActualWrtAddress.setText(HexText(wb_.i2c.I2CWriteAddress));
-            txtActualReadAddress.setText(HexText(wb_.i2c.I2CReadAddress));
-            continue;
-        }
-        TextBox* columns[kFieldsPerRegisterRow] = {&Reg_Adr[slot->row], &Reg_Desc[slot->row],
-                                                   &txtBWrite[slot->row], &txtRdByte[slot->row]};
-        columns[slot->column]->setText(field);
+    if (read.address) {
+        // No range test here: 1C0 gives the address C0.
+        txtI2CAdr.setText(UpperCase(*read.address));
+        wb_.i2c.setAddress(HexToInt(txtI2CAdr.text()));
+        txtActualWrtAddress.setText(HexText(wb_.i2c.I2CWriteAddress));
+        txtActualReadAddress.setText(HexText(wb_.i2c.I2CReadAddress));
+        outcome.addressLoaded = true;
     }
-
-    const std::string counted =
-        std::to_string(count) + " of " + std::to_string(kRegisterFileFields) + " fields";
-    switch (read.stop) {
-        case RegisterFileFields::Stop::Complete:
-            break;
-        case RegisterFileFields::Stop::EndOfFile:
-            wb_.log.LogMessage(FileLogText(path, "ended after " + counted), kCrLf);
-            break;
-        case RegisterFileFields::Stop::ReadError:
-            wb_.log.LogMessage(FileLogText(path, "could not be read after " + counted), kCrLf);
-            break;
+    for (int k = 0; k < kRegisterRows; ++k) {
+        if (!read.rows[k]) continue;
+        const auto fields = RegisterRowFields(*read.rows[k]);
+        const auto boxes = rowBoxes(k);
+        for (int f = 0; f < kFieldsPerRegisterRow; ++f) boxes[f]->setText(*fields[f]);
+        ++outcome.rowsLoaded;
     }
+    outcome.badLines = read.badLines;
+    if (!read.badLines.empty()) {
+        std::string numbers;
+        for (int line : read.badLines)
+            numbers += (numbers.empty() ? "" : ", ") + std::to_string(line);
+        wb_.log.LogMessage(FileLogText(path, "has lines that were not loaded: " + numbers), kCrLf);
+    }
+    if (read.stop == RegisterFileRead::Stop::EndOfFile) {
+        wb_.log.LogMessage(FileLogText(path, "ended after " + std::to_string(read.lines) + " of " +
+                                                 std::to_string(kRegisterFileLines) + " lines"),
+                           kCrLf);
+    }
+    return outcome;
 }
 
-void FrmI2CGeneral::mnuSetup_Open_Click() {
+RegisterFileLoad FrmI2CGeneral::mnuSetup_Open_Click() {
     cdldialog.title = "Select Setup File to Open";
     cdldialog.setFileName("");
     cdldialog.filter = kSetupFilter;
     cdldialog.filterIndex = kSetupFilterIndex;
     cdldialog.defaultExt = "*.QRL";
-    if (!wb_.dialogs.openFile(cdldialog)) return;
-    if (cdldialog.fileName.empty()) return;
-    Read_Param_File();
+    if (!wb_.dialogs.openFile(cdldialog)) return {};
+    if (cdldialog.fileName.empty()) return {};
+    return Read_Param_File();
 }
 
 void FrmI2CGeneral::mnuSetup_Save_Click() {

@@ -1,80 +1,112 @@
 #include "main_window/register_file_format.h"
 
+#include <algorithm>
+
 namespace i2cbridge {
 
 namespace {
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kAddressLabel = "I2C ADDRESS ,";
+// A longer line is no line of a definitions file (a binary file, say); the rest of it is
+// skipped without being kept.
+constexpr std::size_t kLongestLine = 64 * 1024;
+
+enum class LineRead { Line, End, Failed };
+
+// One line without its end (CR LF, LF or CR). `tooLong` tells a line cut at kLongestLine.
+LineRead NextLine(std::istream& in, std::string& line, bool& tooLong) {
+    using Traits = std::istream::traits_type;
+    line.clear();
+    tooLong = false;
+    bool any = false;
+    while (true) {
+        const auto c = in.get();
+        if (Traits::eq_int_type(c, Traits::eof())) {
+            if (in.bad()) return LineRead::Failed;
+            return any ? LineRead::Line : LineRead::End;
+        }
+        any = true;
+        const char ch = Traits::to_char_type(c);
+        if (ch == '\n') return LineRead::Line;
+        if (ch == '\r') {
+            if (Traits::eq_int_type(in.peek(), Traits::to_int_type('\n'))) in.get();
+            return LineRead::Line;
+        }
+        if (line.size() < kLongestLine) {
+            line.push_back(ch);
+        } else {
+            tooLong = true;
+        }
+    }
+}
 }  // namespace
 
-std::optional<std::string> RegisterFieldReader::next() {
-    using Traits = std::istream::traits_type;
-    auto c = in_.peek();
-    while (c == ' ') {
-        in_.get();
-        c = in_.peek();
-    }
-    if (Traits::eq_int_type(c, Traits::eof())) return std::nullopt;
+std::array<std::string*, kFieldsPerRegisterRow> RegisterRowFields(RegisterFileRow& row) {
+    return {&row.address, &row.description, &row.writeValue, &row.readValue};
+}
 
-    std::string field;
+std::array<const std::string*, kFieldsPerRegisterRow> RegisterRowFields(
+    const RegisterFileRow& row) {
+    return {&row.address, &row.description, &row.writeValue, &row.readValue};
+}
+
+std::vector<std::string> SplitRegisterLine(std::string_view line) {
+    std::vector<std::string> fields;
+    std::size_t start = 0;
     while (true) {
-        c = in_.get();
-        if (Traits::eq_int_type(c, Traits::eof())) {
-            // A stream that fails inside a field has lost the rest of it: no field.
-            if (in_.bad()) return std::nullopt;
-            break;
-        }
-        const char ch = Traits::to_char_type(c);
-        if (ch == ',' || ch == '\n') break;
-        if (ch == '\r') {
-            if (Traits::eq_int_type(in_.peek(), Traits::to_int_type('\n'))) in_.get();
-            break;
-        }
-        field.push_back(ch);
+        const std::size_t comma = line.find(',', start);
+        std::string_view field = line.substr(
+            start, comma == std::string_view::npos ? std::string_view::npos : comma - start);
+        field.remove_prefix(std::min(field.find_first_not_of(' '), field.size()));
+        fields.emplace_back(field);
+        if (comma == std::string_view::npos) return fields;
+        start = comma + 1;
     }
-    return field;
 }
 
-RegisterFileFields ReadRegisterFields(std::istream& in) {
-    RegisterFileFields result;
-    result.fields.reserve(kRegisterFileFields);
-    RegisterFieldReader reader(in);
-    while (static_cast<int>(result.fields.size()) < kRegisterFileFields) {
-        auto field = reader.next();
-        if (!field) {
-            result.stop = in.bad() ? RegisterFileFields::Stop::ReadError
-                                   : RegisterFileFields::Stop::EndOfFile;
-            return result;
+int RegisterFileRead::rowsRead() const {
+    int n = 0;
+    for (const auto& row : rows) n += row.has_value() ? 1 : 0;
+    return n;
+}
+
+RegisterFileRead ReadRegisterFile(std::istream& in) {
+    RegisterFileRead read;
+    std::string line;
+    bool tooLong = false;
+    while (read.lines < kRegisterFileLines) {
+        const LineRead got = NextLine(in, line, tooLong);
+        if (got == LineRead::Failed) {
+            read.stop = RegisterFileRead::Stop::ReadError;
+            return read;
         }
-        result.fields.push_back(std::move(*field));
+        if (got == LineRead::End) {
+            read.stop = RegisterFileRead::Stop::EndOfFile;
+            return read;
+        }
+        const int number = ++read.lines;
+        const std::vector<std::string> fields =
+            tooLong ? std::vector<std::string>{} : SplitRegisterLine(line);
+        if (number == 1 && fields.size() == 2) {
+            read.address = fields[1];
+        } else if (number > 1 && fields.size() == kFieldsPerRegisterRow) {
+            RegisterFileRow row;
+            const auto targets = RegisterRowFields(row);
+            for (int f = 0; f < kFieldsPerRegisterRow; ++f) *targets[f] = fields[f];
+            read.rows[number - 2] = std::move(row);
+        } else {
+            read.badLines.push_back(number);
+        }
     }
-    result.stop = RegisterFileFields::Stop::Complete;
-    return result;
+    read.stop = RegisterFileRead::Stop::Complete;
+    return read;
 }
 
-std::optional<RegisterFieldSlot> SlotOfRegisterField(int index) {
-    if (index < 0 || index >= kRegisterFileFields) return std::nullopt;
-    if (index < 2) return RegisterFieldSlot{-1, index};
-    return RegisterFieldSlot{(index - 2) / kFieldsPerRegisterRow,
-                             (index - 2) % kFieldsPerRegisterRow};
-}
-
-std::string* FieldTarget(RegisterDefinitions& definitions, int index) {
-    const auto slot = SlotOfRegisterField(index);
-    if (!slot || (slot->row < 0 && slot->column == 0)) return nullptr;
-    if (slot->row < 0) return &definitions.address;
-    RegisterFileRow& row = definitions.rows[slot->row];
-    std::string* columns[kFieldsPerRegisterRow] = {&row.address, &row.description, &row.writeValue,
-                                                   &row.readValue};
-    return columns[slot->column];
-}
-
-RegisterDefinitions DefinitionsFromFields(const std::vector<std::string>& fields) {
+RegisterDefinitions DefinitionsFrom(const RegisterFileRead& read) {
     RegisterDefinitions definitions;
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        if (std::string* target = FieldTarget(definitions, static_cast<int>(i))) {
-            *target = fields[i];
-        }
+    definitions.address = read.address.value_or("");
+    for (int k = 0; k < kRegisterFileRows; ++k) {
+        if (read.rows[k]) definitions.rows[k] = *read.rows[k];
     }
     return definitions;
 }
@@ -88,13 +120,12 @@ std::string RegisterFileAddressLine(std::string_view i2cAddress) {
 
 std::string RegisterFileRowLine(const RegisterFileRow& row) {
     std::string line;
-    line.reserve(row.address.size() + row.description.size() + row.writeValue.size() +
-                 row.readValue.size() + 3 + kLineEnd.size());
-    line.append(row.address).append(",");
-    line.append(row.description).append(",");
-    line.append(row.writeValue).append(",");
-    line.append(row.readValue).append(kLineEnd);
-    return line;
+    std::string_view separator;
+    for (const std::string* field : RegisterRowFields(row)) {
+        line.append(separator).append(*field);
+        separator = ",";
+    }
+    return line.append(kLineEnd);
 }
 
 std::string FormatRegisterFile(const RegisterDefinitions& definitions) {

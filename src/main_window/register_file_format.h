@@ -8,20 +8,20 @@
 //   ... (32 row lines in all: address, description, write value, read value)
 //
 // The writer puts every box's text in as it stands, with no quoting. The reader takes the
-// file as a stream of fields, the way a person's hand-edited file is most forgiving to read:
+// file line by line, the way a person's hand-edited file is most forgiving to read:
 //
-// - blanks (spaces only, not tabs) at the start of a field are skipped;
-// - a field runs to the next comma or the end of its line, and that comma or line end is
-//   consumed; a line may end in CR LF, a lone LF or a lone CR;
-// - an empty line is one empty field, and so are two commas side by side and a comma at the
-//   end of a line;
-// - line breaks have no other meaning: fields are taken in order wherever the lines break;
-// - the field text is kept exactly as it stands after the leading blanks: trailing blanks
-//   stay, and a double quote is an ordinary character (no quote processing);
-// - only the first 130 fields (2 for the address line, 4 for each of 32 rows) are read.
+// - a line ends at CR LF, a lone LF or a lone CR; only the first 33 lines are read;
+// - a line's fields are split at every comma; blanks (spaces only, not tabs) at the start of a
+//   field are skipped; the rest is kept exactly (trailing blanks stay, a double quote is an
+//   ordinary character);
+// - line 1 is the address line when it has two fields (the label, whatever it says, and the
+//   address); line k + 2 is row k when it has exactly four fields (three commas; ",,," is a
+//   row of empty boxes);
+// - any other line is a bad line: it is named, and its row (or the address) is not loaded.
+//   A file none of whose lines is a row line is not a register definitions file at all.
 //
 // So a saved table comes back unchanged unless a box holds a comma, a line break or leading
-// blanks.
+// blanks; a box with a comma makes its line bad instead of moving every later field on.
 
 #include <array>
 #include <istream>
@@ -34,8 +34,7 @@ namespace i2cbridge {
 
 inline constexpr int kRegisterFileRows = 32;
 inline constexpr int kFieldsPerRegisterRow = 4;
-// The address line's label and address, then four fields for each row.
-inline constexpr int kRegisterFileFields = 2 + kFieldsPerRegisterRow * kRegisterFileRows;
+inline constexpr int kRegisterFileLines = 1 + kRegisterFileRows;
 
 // One row of the register table as the file holds it.
 struct RegisterFileRow {
@@ -46,6 +45,12 @@ struct RegisterFileRow {
     bool operator==(const RegisterFileRow&) const = default;
 };
 
+// The one mapping between a row and the fields of its line, in file order: address,
+// description, write value, read value. The reader, the writer and the main window's boxes
+// all go through this order.
+std::array<std::string*, kFieldsPerRegisterRow> RegisterRowFields(RegisterFileRow& row);
+std::array<const std::string*, kFieldsPerRegisterRow> RegisterRowFields(const RegisterFileRow& row);
+
 // The whole content of a file: the I2C address text and the 32 rows.
 struct RegisterDefinitions {
     std::string address;
@@ -53,49 +58,32 @@ struct RegisterDefinitions {
     bool operator==(const RegisterDefinitions&) const = default;
 };
 
-// Pulls fields one by one from a stream.
-class RegisterFieldReader {
-public:
-    explicit RegisterFieldReader(std::istream& in) : in_(in) {}
+// A line's fields: split at every comma, leading blanks of each dropped.
+std::vector<std::string> SplitRegisterLine(std::string_view line);
 
-    // The next field, or nothing when the input ended (or failed) before another field
-    // began. Blanks alone before the end of the input are no field.
-    std::optional<std::string> next();
-
-private:
-    std::istream& in_;
-};
-
-// What reading a file gave.
-struct RegisterFileFields {
+// What reading a file gave, line by line.
+struct RegisterFileRead {
     enum class Stop {
-        Complete,   // all 130 fields were read; whatever follows was not looked at
-        EndOfFile,  // the file ended before the 130th field
-        ReadError,  // the stream failed before the 130th field
+        Complete,   // all 33 lines were read; whatever follows was not looked at
+        EndOfFile,  // the file ended before its 33rd line
+        ReadError,  // the stream failed before the 33rd line
     };
-    std::vector<std::string> fields;  // in file order: label, address, then 4 per row
+    std::optional<std::string> address;  // line 1's address, when line 1 is an address line
+    std::array<std::optional<RegisterFileRow>, kRegisterFileRows> rows;  // from good lines
+    std::vector<int> badLines;  // numbers (from 1) of the lines that were not loaded
+    int lines = 0;              // lines read, at most 33
     Stop stop = Stop::EndOfFile;
+
+    int rowsRead() const;
+    // At least one line is a row line.
+    bool isDefinitionsFile() const { return rowsRead() > 0; }
 };
 
-// Reads up to 130 fields from the stream.
-RegisterFileFields ReadRegisterFields(std::istream& in);
+// Reads the first 33 lines of the stream.
+RegisterFileRead ReadRegisterFile(std::istream& in);
 
-// Where the field at position `index` (0-based, in file order) belongs: row -1 is the address
-// line (column 0 its label, column 1 the address), rows 0..31 the table with columns 0
-// address, 1 description, 2 write value, 3 read value. Nothing past the last field.
-struct RegisterFieldSlot {
-    int row = -1;
-    int column = 0;
-};
-std::optional<RegisterFieldSlot> SlotOfRegisterField(int index);
-
-// The field at position `index` (0-based, in file order) of a definitions table: 0 is the
-// label "I2C ADDRESS", 1 the address, then the rows. Returns nullptr for the label and for
-// positions past the last field.
-std::string* FieldTarget(RegisterDefinitions& definitions, int index);
-
-// Places fields read from a file into a table; fields the file did not have stay empty.
-RegisterDefinitions DefinitionsFromFields(const std::vector<std::string>& fields);
+// The table a file describes; what the file did not have (or had as bad lines) stays empty.
+RegisterDefinitions DefinitionsFrom(const RegisterFileRead& read);
 
 // "I2C ADDRESS , " + the address + CR LF. The blank comes from the address being printed at
 // the next 14-column zone, so the address always starts in column 15.

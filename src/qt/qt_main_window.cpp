@@ -21,7 +21,6 @@
 #include <functional>
 
 #include "app/program.h"
-#include "app/transfer_trace.h"
 #include "foundation/colors.h"
 #include "foundation/display_text.h"
 #include "foundation/hex_text.h"
@@ -29,7 +28,6 @@
 #include "qt/qt_binding.h"
 #include "qt/qt_log_view.h"
 #include "workbench/bus_tools.h"
-#include "workbench/connection_bracket.h"
 #include "workbench/workbench.h"
 
 namespace i2cbridge {
@@ -604,51 +602,27 @@ void MainWindowView::buildMenus() {
         QKeySequence::Save);
     file->addSeparator();
     add(file, "mnuScanBus", QStringLiteral("Scan Bus"), [this] { scanBus(); });
-    add(file, "mnuTraceStart", QStringLiteral("Start Trace..."), [this] { startTrace(); });
-    add(file, "mnuTraceStop", QStringLiteral("Stop Trace"), [this] { stopTrace(); });
-    findChild<QAction*>(QStringLiteral("mnuTraceStop"))->setEnabled(false);
+    add(file, "mnuTraceStart", QStringLiteral("Start Trace..."), [this, &m] {
+        m.mnuTraceStart_Click();
+        syncTraceMenu();
+    });
+    add(file, "mnuTraceStop", QStringLiteral("Stop Trace"), [this, &m] {
+        m.mnuTraceStop_Click();
+        syncTraceMenu();
+    });
+    syncTraceMenu();
     add(nullptr, "frmAbout", QStringLiteral("&About"), [&m] { m.frmAbout_Click(); });
 }
 
-void MainWindowView::startTrace() {
-    FileDialogState dialog;
-    dialog.title = "Trace Transfers To";
-    dialog.filter = "Text trace (*.txt)|*.txt|Capture for Wireshark (*.pcap)|*.pcap";
-    dialog.defaultExt = "txt";
-    if (!wb_.dialogs.saveFile(dialog) || dialog.fileName.empty()) return;
-    stopTrace();
-    std::string why;
-    trace_ = TransferTrace::Start(wb_.usb, dialog.fileName, why);
-    if (!trace_) {
-        wb_.log.LogMessage("Trace not started: " + dialog.fileName + ": " + why);
-        return;
-    }
-    wb_.log.LogMessage("Trace started: " + dialog.fileName);
-    findChild<QAction*>(QStringLiteral("mnuTraceStart"))->setEnabled(false);
-    findChild<QAction*>(QStringLiteral("mnuTraceStop"))->setEnabled(true);
+// The trace menu items follow the model: Start while no trace runs, Stop while one does.
+void MainWindowView::syncTraceMenu() {
+    findChild<QAction*>(QStringLiteral("mnuTraceStart"))->setEnabled(!model_.tracing());
+    findChild<QAction*>(QStringLiteral("mnuTraceStop"))->setEnabled(model_.tracing());
 }
 
-void MainWindowView::stopTrace() {
-    if (!trace_) return;
-    const std::string path = trace_->path();
-    trace_.reset();
-    wb_.log.LogMessage("Trace stopped: " + path);
-    findChild<QAction*>(QStringLiteral("mnuTraceStart"))->setEnabled(true);
-    findChild<QAction*>(QStringLiteral("mnuTraceStop"))->setEnabled(false);
-}
-
-// Opens the board as every operation does (unless the user holds the connection) and lists
-// the write addresses that answered a one-byte read.
 void MainWindowView::scanBus() {
-    ConnectionBracket bracket(wb_.usb, wb_.pump);
-    bracket.open();
-    const std::vector<uint8_t> found = ScanBus(wb_.usb, wb_.i2c);
-    bracket.close();
-    std::string text = "Devices answering (write addresses):";
-    if (found.empty()) text += " none";
-    for (uint8_t a : found) text += " " + HexByteText(a);
-    wb_.log.LogMessage(text);
-    wb_.dialogs.messageBox(text, "Scan Bus", Dialogs::Buttons::Ok);
+    const BusScan scan = model_.mnuScanBus_Click();
+    wb_.dialogs.messageBox(BusScanText(scan), "Scan Bus", Dialogs::Buttons::Ok);
 }
 
 // The newest log entry stays in sight while the log page is hidden. A label rather than the

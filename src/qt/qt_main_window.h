@@ -14,7 +14,6 @@ class QTabWidget;
 namespace i2cbridge {
 
 class Program;
-class TransferTrace;
 class Workbench;
 class FrmI2CGeneral;
 
@@ -49,11 +48,10 @@ private:
     QWidget* buildRawPanel();
     QWidget* buildLampLegend();
     void buildMenus();
-    // File menu tools beside the window's own entries: a trace of every transfer to a file,
-    // and a scan of the bus for the addresses that answer.
-    void startTrace();
-    void stopTrace();
+    // Scan Bus runs the model's scan and shows what answered; the trace items are enabled as
+    // the model's trace runs or not.
     void scanBus();
+    void syncTraceMenu();
     void buildStatusBar(Workbench& wb);
     // The content's size goes to the model (pbinner), then the resize rule runs again.
     void syncInnerSize();
@@ -61,7 +59,6 @@ private:
 
     FrmI2CGeneral& model_;
     Workbench& wb_;
-    std::unique_ptr<TransferTrace> trace_;
     QTabWidget* tabs_ = nullptr;
     QWidget* generalPage_ = nullptr;
     QWidget* inner_ = nullptr;

@@ -9,7 +9,9 @@
 #include <fstream>
 #include <sstream>
 
+#include "foundation/clock_text.h"
 #include "foundation/hex_text.h"
+#include "foundation/whole_file.h"
 #include "main_window/frm_i2c_general.h"
 #include "workbench/workbench.h"
 
@@ -30,30 +32,6 @@ const Grid::Column kColumns[kScriptColumns] = {
     {"Operation", 124},
     {"Comment", 298},
 };
-
-// The whole file as bytes; the reason it could not be read otherwise.
-bool ReadWholeFile(const std::string& path, std::string& bytes, std::string& why) {
-    errno = 0;
-    std::ifstream in(path, std::ios::in | std::ios::binary);
-    if (!in.is_open()) {
-        why = errno != 0 ? std::strerror(errno) : "the file could not be opened";
-        return false;
-    }
-    std::ostringstream content;
-    content << in.rdbuf();
-    if (in.bad()) {
-        why = errno != 0 ? std::strerror(errno) : "the file could not be read";
-        return false;
-    }
-    bytes = content.str();
-    return true;
-}
-
-std::string ClockText(const DateTime& t) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%02d:%02d:%02d", t.hour, t.minute, t.second);
-    return text;
-}
 
 // Addresses from 8000 to FFFF read as negative numbers; they are refused like 255 and above.
 bool UsableAddress(int value) {

@@ -230,21 +230,18 @@ void FrmScriptOps::compare(int n) {
 void FrmScriptOps::GPIO_SET(int n) {
     const std::string data = cellText(n, kColDataWr);
     txtIDefault.setText(data.substr(0, 4));
-    auto& gpio = wb_.GpioState;
-    gpio[2] = Pair(data, 0);
-    gpio[3] = Pair(data, 1);
+    GpioBytes& gpio = wb_.GpioState;
+    gpio.portBData = Pair(data, 0);
+    gpio.portCLedData = Pair(data, 1);
     const bool withEnables = data.size() >= 5;
-    if (!withEnables) {
-        wb_.gpioScreen().cmdWrite_GPIO_Data_Click();
-    } else {
-        gpio[0] = Pair(data, 2);
-        gpio[1] = Pair(data, 3);
-        wb_.gpioScreen().cmdGPIO_Write_Click();
+    if (withEnables) {
+        gpio.portBEnables = Pair(data, 2);
+        gpio.portCLedEnables = Pair(data, 3);
     }
-    FrmGPIO& screen = wb_.gpioScreen();
-    std::string readBack = screen.txtPCHexData[1].text() + screen.txtPCHexData[3].text();
-    txtLastRead.setText(readBack);
-    if (withEnables) readBack += screen.txtPCHex[1].text() + screen.txtPCHex[3].text();
+    const GpioOutcome outcome = wb_.gpioScreen().writeAndReadBack(
+        withEnables ? GpioFrame::EnablesAndData : GpioFrame::DataOnly);
+    const std::string readBack = outcome.readBackText();
+    txtLastRead.setText(readBack.substr(0, 4));
     vbalGrid1.setText(n, kColActRd, readBack);
     compare(n);
     toggleSampleLamp();

@@ -12,9 +12,7 @@ namespace i2cbridge {
 
 void FrmScriptOps::cmdISample_Click() {
     const auto keep = keepAlive();
-    wb_.gpioScreen().cmdWrite_GPIO_Data_Click();
-    FrmGPIO& screen = wb_.gpioScreen();
-    txtLastRead.setText(screen.txtPCHexData[1].text() + screen.txtPCHexData[3].text());
+    txtLastRead.setText(wb_.gpioScreen().cmdWrite_GPIO_Data_Click().readBackText());
     toggleSampleLamp();
     // Compared as text: an idle value typed in lower case never matches.
     if (txtLastRead.text() != txtIDefault.text()) {

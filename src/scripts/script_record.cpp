@@ -9,6 +9,7 @@
 
 #include "foundation/append_file.h"
 #include "foundation/atomic_file.h"
+#include "foundation/clock_text.h"
 #include "scripts/frm_script_ops.h"
 #include "scripts/script_record_text.h"
 #include "workbench/workbench.h"
@@ -82,7 +83,7 @@ void FrmScriptOps::cmdStartRec_Click() {
     }
     if (keepEarlier) wb_.log.LogMessage("The earlier " + path + " is kept as " + path + "~");
     Label18.setCaption(std::to_string(script.ScriptLines.size()) +
-                       " Script written: " + StampDate(now) + " " + StampTime(now));
+                       " Script written: " + DateText(now) + " " + ClockText(now));
 }
 
 void FrmScriptOps::Auto_Script_Save() {

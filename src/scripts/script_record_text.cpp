@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "foundation/clock_text.h"
+
 namespace i2cbridge {
 
 void ReplaceExpectedData(std::string& line, std::string_view actual) {
@@ -19,24 +21,12 @@ void ReplaceExpectedData(std::string& line, std::string_view actual) {
     line.replace(textBegin, textEnd - textBegin, actual);
 }
 
-std::string StampDate(const DateTime& t) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%02d-%02d-%04d", t.month, t.day, t.year);
-    return text;
-}
-
-std::string StampTime(const DateTime& t) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%02d:%02d:%02d", t.hour, t.minute, t.second);
-    return text;
-}
-
 void StampFirstLine(std::string& line, const DateTime& now, std::string_view loops) {
     if (const auto at = line.find(kStampMark); at != std::string::npos) line.resize(at);
     line.append("# AutoUpdated: ")
-        .append(StampDate(now))
+        .append(DateText(now))
         .append(" ")
-        .append(StampTime(now))
+        .append(ClockText(now))
         .append(" Looping: ")
         .append(loops);
 }

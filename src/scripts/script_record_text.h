@@ -21,9 +21,6 @@ void ReplaceExpectedData(std::string& line, std::string_view actual);
 // and the loop count, so that repeated writes keep one stamp.
 void StampFirstLine(std::string& line, const DateTime& now, std::string_view loops);
 
-std::string StampDate(const DateTime& t);  // mm-dd-yyyy
-std::string StampTime(const DateTime& t);  // hh:mm:ss
-
 // The data log beside a script: "_DL" before the extension ("a1.txt" gives "a1_DL.txt"), or
 // at the end of a name without one.
 std::string DataLogPath(std::string_view scriptPath);

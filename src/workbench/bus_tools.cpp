@@ -1,5 +1,7 @@
 #include "workbench/bus_tools.h"
 
+#include "foundation/hex_text.h"
+
 namespace i2cbridge {
 
 namespace {
@@ -29,14 +31,30 @@ bool WriteRegisterBytes(UsbConnection& usb, I2CState&, uint8_t writeAddress,
     return WriteReplyOk(reply[0], static_cast<int>(reg.size()), static_cast<int>(data.size()));
 }
 
-std::vector<uint8_t> ScanBus(UsbConnection& usb, I2CState& i2c) {
-    std::vector<uint8_t> found;
+BusScan ScanBus(UsbConnection& usb, I2CState& i2c) {
+    BusScan scan;
+    if (!BoardReachable(usb)) {
+        scan.error = CoreError::NoBoard;
+        return scan;
+    }
     for (int address = 0; address < 0x80; ++address) {
         const auto writeAddress = static_cast<uint8_t>(address << 1);
         const Reply reply = ReadRegisterBytes(usb, i2c, writeAddress, {}, 1);
-        if (ReadReplyOk(reply[0], 1)) found.push_back(writeAddress);
+        if (reply.error() != CoreError::None) {
+            scan.error = reply.error();
+            break;
+        }
+        if (ReadReplyOk(reply[0], 1)) scan.found.push_back(writeAddress);
     }
-    return found;
+    return scan;
+}
+
+std::string BusScanText(const BusScan& scan) {
+    std::string text = "Devices answering (write addresses):";
+    if (scan.found.empty()) text += " none";
+    for (uint8_t a : scan.found) text += " " + HexByteText(a);
+    if (!scan.ok()) text += std::string(" (") + CoreErrorText(scan.error) + ")";
+    return text;
 }
 
 }  // namespace i2cbridge

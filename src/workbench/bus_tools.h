@@ -5,8 +5,10 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
+#include "foundation/core_error.h"
 #include "workbench/exchange.h"
 
 namespace i2cbridge {
@@ -21,8 +23,23 @@ bool WriteRegisterBytes(UsbConnection& usb, I2CState& i2c, uint8_t writeAddress,
                         std::span<const uint8_t> reg, std::span<const uint8_t> data,
                         uint8_t& acknowledged);
 
-// Every 7-bit address probed with a one-byte read without register bytes; the 8-bit write
-// addresses (the form the tool uses everywhere) of those that answered, in order.
-std::vector<uint8_t> ScanBus(UsbConnection& usb, I2CState& i2c);
+// What a bus scan found: the 8-bit write addresses (the form the tool uses everywhere) of the
+// devices that answered, in order. NoBoard: no board was open, nothing was probed;
+// TransferFailed: the driver failed a probe (the board went away, say), and the scan stopped
+// there with what it had found so far.
+struct BusScan {
+    std::vector<uint8_t> found;
+    CoreError error = CoreError::None;
+    bool ok() const { return error == CoreError::None; }
+};
+
+// The bus scan that the main window's Scan Bus and the command line's scan share: every 7-bit
+// address probed with a one-byte read without register bytes. The caller opens the board
+// first (FrmI2CGeneral::mnuScanBus_Click opens and closes it as every operation does).
+BusScan ScanBus(UsbConnection& usb, I2CState& i2c);
+
+// "Devices answering (write addresses): 3C 60" (or ": none"); a failed scan adds the error:
+// "Devices answering (write addresses): none (no board could be opened)".
+std::string BusScanText(const BusScan& scan);
 
 }  // namespace i2cbridge

@@ -10,6 +10,7 @@
 #include <span>
 #include <vector>
 
+#include "foundation/core_error.h"
 #include "usb/connection.h"
 #include "workbench/i2c_frames.h"
 
@@ -17,17 +18,26 @@ namespace i2cbridge {
 
 // A copy of an answer, always as long as was asked for. Bytes the buffer no longer held read
 // as 0, like an answer that never came, so a count byte of a lost reply means failure.
+// error() says whether the exchange reached the board: NoBoard when no board was open for a
+// transfer, TransferFailed when the driver failed one; what the device made of the request
+// is for the caller to judge from the bytes.
 class Reply {
 public:
     Reply() = default;
-    Reply(const std::vector<uint8_t>& buffer, std::size_t length);
+    Reply(const std::vector<uint8_t>& buffer, std::size_t length,
+          CoreError error = CoreError::None);
     uint8_t operator[](std::size_t i) const { return i < bytes_.size() ? bytes_[i] : 0; }
     std::size_t size() const { return bytes_.size(); }
     const std::vector<uint8_t>& bytes() const { return bytes_; }
+    CoreError error() const { return error_; }
 
 private:
     std::vector<uint8_t> bytes_;
+    CoreError error_ = CoreError::None;
 };
+
+// Whether a board is open and attached, so that a transfer can reach it.
+bool BoardReachable(const UsbConnection& usb);
 
 // The request on I2CPipe, then the reply from I2CPipe + 128 into a freshly zeroed buffer of
 // replyLength bytes. Opening and closing is the caller's.

@@ -5,7 +5,6 @@
 // the program that owns the windows hands them out through the WindowHost. Tests build a
 // fresh one each.
 
-#include <array>
 #include <cstdint>
 #include <functional>
 
@@ -15,6 +14,7 @@
 #include "usb/board_driver.h"
 #include "usb/connection.h"
 #include "workbench/i2c_frames.h"
+#include "workbench/trace_port.h"
 
 namespace i2cbridge {
 
@@ -36,6 +36,16 @@ struct WindowRequests {
     std::function<void()> showScriptWindow;         // the main window's "Script Execution"
     std::function<void()> openAnotherScriptWindow;  // a script window's "Open Another ..."
     std::function<void()> endProgram;               // the main window was unloaded
+};
+
+// The four bytes of GPIO state the whole tool shares. Port C's pins are bits 4 to 7; the LEDs
+// are bit 0 (red) and bit 1 (green) of the port C bytes.
+struct GpioBytes {
+    uint8_t portBEnables = 0;
+    uint8_t portCLedEnables = 0;
+    uint8_t portBData = 0;
+    uint8_t portCLedData = 0;
+    bool operator==(const GpioBytes&) const = default;
 };
 
 // The values a script run shares across all script windows.
@@ -65,11 +75,11 @@ public:
     ProgramLog log;
     UsbConnection usb;
     I2CState i2c;
-    // 0 PB enables, 1 PC and LED enables, 2 PB data, 3 PC and LED data.
-    std::array<uint8_t, 4> GpioState{};
+    GpioBytes GpioState;
     ScriptRunState script;
     WindowRequests windows;
     WindowHost* host = nullptr;  // set by the program that owns the windows
+    TraceStarter startTrace;     // set by the program; unset, no trace can be started
 
     FrmI2CGeneral& mainWindow() { return host->mainWindow(); }
     FrmGPIO& gpioScreen() { return host->gpioScreen(); }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 
+#include "foundation/whole_file.h"
 #include "support/temp_dir.h"
 
 namespace i2cbridge {
@@ -23,6 +24,41 @@ mode_t ModeOf(const std::string& path) {
     struct stat st {};
     EXPECT_EQ(::stat(path.c_str(), &st), 0);
     return st.st_mode & 07777;
+}
+
+// The one whole-file reader: the bytes as they are (NUL and CR included), the first `atMost`
+// of them, or why not, with errno kept for callers that print it; the bytes are left alone on
+// failure.
+TEST(ReadWholeFile, GivesTheBytesOrWhyNot) {
+    TempDir dir;
+    const std::string bytes = std::string("a\r\n\0\xff", 5) + std::string(100000, 'x');
+    WriteBytes(dir.file("f"), bytes);
+    const struct {
+        const char* name;
+        std::string path;
+        std::size_t atMost;
+        bool read;
+        std::string got;  // the bytes, or the reason
+        int error;
+    } cases[] = {
+        {"whole", dir.file("f"), std::string::npos, true, bytes, 0},
+        {"first five", dir.file("f"), 5, true, bytes.substr(0, 5), 0},
+        {"missing", dir.file("gone"), std::string::npos, false, "No such file or directory",
+         ENOENT},
+        {"folder", dir.path().string(), std::string::npos, false, "it is a folder", EISDIR},
+        {"no name", "", std::string::npos, false, "No such file or directory", ENOENT},
+        {"read error", "/proc/self/mem", std::string::npos, false, "Input/output error", EIO},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string got = "before", why;
+        const bool read = ReadWholeFile(c.path, got, &why, c.atMost);
+        const int error = errno;
+        EXPECT_EQ(read, c.read);
+        EXPECT_EQ(c.read ? got : why, c.got);
+        EXPECT_EQ(c.read ? 0 : error, c.error);
+        EXPECT_EQ(got, c.read ? c.got : "before");
+    }
 }
 
 class WriteFileAtomicallyTest : public ::testing::Test {

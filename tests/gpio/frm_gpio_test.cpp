@@ -119,10 +119,16 @@ TEST_F(GpioReadBack, ShowsWhatTheBoardAnswersNotWhatWasWritten) {
     rig.board.model().gpio().pbInputs = 0x3C;
     rig.board.model().gpio().pcInputs = 0x50;
     FrmGPIO& g = gpio();
-    g.cmdGPIO_Write_Click();
+    const GpioOutcome outcome = g.cmdGPIO_Write_Click();
 
     // PC reads 53: PC4..7 inputs, LED latch bits 0 and 1 = 11. The written boxes keep the state.
     EXPECT_EQ(Hex(g), (Texts{"00", "00", "00", "00", "FF", "3C", "FF", "53"}));
+    // The outcome says the same as the boxes.
+    EXPECT_EQ(outcome.error, CoreError::None);
+    EXPECT_EQ(outcome.written, (GpioBytes{0x00, 0x00, 0xFF, 0xFF}));
+    EXPECT_EQ(outcome.readBack, (GpioBytes{0x00, 0x00, 0x3C, 0x53}));
+    EXPECT_EQ(outcome.readBackText(), "3C530000");
+    EXPECT_EQ(g.cmdWrite_GPIO_Data_Click().readBackText(), "3C53");
 }
 
 TEST_F(GpioReadBack, DrivenPinsAndEnablesReadBackAndTheEnableLampsAgree) {
@@ -143,7 +149,7 @@ TEST_F(GpioReadBack, FailedReadShowsZerosAndReddensOnlyEnableLampsWhoseStateIsNo
     rig.board.injectTransferFault({0x81, usb_status::kIo, std::nullopt});
     rig.markLog();
 
-    g.cmdGPIO_Write_Click();
+    EXPECT_EQ(g.cmdGPIO_Write_Click().error, CoreError::TransferFailed);
 
     EXPECT_EQ(Hex(g), (Texts{"04", "00", "00", "00", "FF", "00", "FF", "00"}));
     EXPECT_EQ(Lamps(g)[1], LR);
@@ -172,8 +178,10 @@ TEST_F(GpioReadBack, BoardNotOpenInManualModeLogsBothPipesAndShowsZeros) {
     FrmGPIO& g = gpio();
     Click(g, g.chkOutEnc[1], &FrmGPIO::chkOutEnc_Click, 1);
 
-    g.cmdGPIO_Write_Click();
+    const GpioOutcome outcome = g.cmdGPIO_Write_Click();
 
+    EXPECT_EQ(outcome.error, CoreError::NoBoard);
+    EXPECT_EQ(outcome.readBackText(), "00000000");
     EXPECT_TRUE(rig.sent().empty());
     EXPECT_EQ(rig.logSinceMark(),
               Entry("Write GPIOPipe .. USB Not opened") + Entry("ReadPipe .. USB Not opened"));
@@ -215,7 +223,7 @@ TEST_F(GpioReadBack, WriteLampsFlipEvenWhenTheTransferFailed) {
     FrmGPIO& g = gpio();
     const int before = g.shpGpioWr[4].color();
     rig.board.injectTransferFault({0x01, usb_status::kTimeout, std::nullopt});
-    g.cmdWrite_GPIO_Data_Click();
+    EXPECT_EQ(g.cmdWrite_GPIO_Data_Click().error, CoreError::TransferFailed);
     EXPECT_NE(g.shpGpioWr[4].color(), before);
     EXPECT_NE(g.shpGpioWr[4].color(), qb::kLightRed);
 }
@@ -229,10 +237,10 @@ TEST_F(GpioCheckBoxes, PortBDataBoxClearsAndRestoresItsBitWithoutSending) {
     const int transfers = rig.board.transferCount();
 
     Click(g, g.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
-    EXPECT_EQ((std::pair<int, std::string>(rig.wb->GpioState[2], g.txtPCHexData[0].text())),
+    EXPECT_EQ((std::pair<int, std::string>(rig.wb->GpioState.portBData, g.txtPCHexData[0].text())),
               std::pair(0xF7, "F7"s));
     Click(g, g.ChkBData[3], &FrmGPIO::ChkBData_Click, 3);
-    EXPECT_EQ((std::pair<int, std::string>(rig.wb->GpioState[2], g.txtPCHexData[0].text())),
+    EXPECT_EQ((std::pair<int, std::string>(rig.wb->GpioState.portBData, g.txtPCHexData[0].text())),
               std::pair(0xFF, "FF"s));
     EXPECT_EQ(rig.board.transferCount(), transfers);
     EXPECT_TRUE(rig.sent().empty());
@@ -241,23 +249,23 @@ TEST_F(GpioCheckBoxes, PortBDataBoxClearsAndRestoresItsBitWithoutSending) {
 TEST_F(GpioCheckBoxes, PortCBoxesUseBitsFourToSeven) {
     FrmGPIO& g = gpio();
     Click(g, g.ChkCData[3], &FrmGPIO::ChkCData_Click, 3);
-    EXPECT_EQ(rig.wb->GpioState[3], 0x7F);
+    EXPECT_EQ(rig.wb->GpioState.portCLedData, 0x7F);
     EXPECT_EQ(g.txtPCHexData[2].text(), "7F");
     Click(g, g.ChkCData[0], &FrmGPIO::ChkCData_Click, 0);
     EXPECT_EQ(g.txtPCHexData[2].text(), "6F");
     // Port B's byte is untouched.
-    EXPECT_EQ(rig.wb->GpioState[2], 0xFF);
+    EXPECT_EQ(rig.wb->GpioState.portBData, 0xFF);
 }
 
 TEST_F(GpioCheckBoxes, PortCEnableSetsBitFourAndGatesItsDataBox) {
     FrmGPIO& g = gpio();
     Click(g, g.chkOutEnc[0], &FrmGPIO::chkOutEnc_Click, 0);
-    EXPECT_EQ(rig.wb->GpioState[1], 0x10);
+    EXPECT_EQ(rig.wb->GpioState.portCLedEnables, 0x10);
     EXPECT_EQ(g.txtPCHex[2].text(), "10");
     EXPECT_TRUE(g.ChkCData[0].enabled());
 
     Click(g, g.chkOutEnc[0], &FrmGPIO::chkOutEnc_Click, 0);
-    EXPECT_EQ(rig.wb->GpioState[1], 0x00);
+    EXPECT_EQ(rig.wb->GpioState.portCLedEnables, 0x00);
     EXPECT_EQ(g.txtPCHex[2].text(), "00");
     EXPECT_FALSE(g.ChkCData[0].enabled());
     // The disabled box keeps its check state, and its neighbours are not affected.
@@ -274,7 +282,7 @@ TEST_F(GpioCheckBoxes, PortBEnablesUseTheIndexAsBit) {
     EXPECT_EQ(g.txtPCHex[0].text(), "02");
     EXPECT_FALSE(g.ChkBData[7].enabled());
     EXPECT_TRUE(g.ChkBData[1].enabled());
-    EXPECT_EQ(rig.wb->GpioState[0], 0x02);
+    EXPECT_EQ(rig.wb->GpioState.portBEnables, 0x02);
 }
 
 TEST_F(GpioCheckBoxes, BothLedBoxesOffGiveFC) {
@@ -282,32 +290,32 @@ TEST_F(GpioCheckBoxes, BothLedBoxesOffGiveFC) {
     Click(g, g.ChKLedData[0], &FrmGPIO::ChKLedData_Click, 0);
     EXPECT_EQ(g.txtPCHexData[2].text(), "FE");
     Click(g, g.ChKLedData[1], &FrmGPIO::ChKLedData_Click, 1);
-    EXPECT_EQ(rig.wb->GpioState[3], 0xFC);
+    EXPECT_EQ(rig.wb->GpioState.portCLedData, 0xFC);
     EXPECT_EQ(g.txtPCHexData[2].text(), "FC");
 }
 
 TEST_F(GpioCheckBoxes, UncheckingABitAlreadyClearKeepsItClear) {
     // Another window cleared PB0 by a whole-byte write; the screen's box still shows checked.
-    rig.wb->GpioState[2] = 0xF0;
+    rig.wb->GpioState.portBData = 0xF0;
     FrmGPIO& g = gpio();
     ASSERT_TRUE(g.ChkBData[0].checked());
     Click(g, g.ChkBData[0], &FrmGPIO::ChkBData_Click, 0);
-    EXPECT_EQ(rig.wb->GpioState[2], 0xF0);
+    EXPECT_EQ(rig.wb->GpioState.portBData, 0xF0);
     EXPECT_EQ(g.txtPCHexData[0].text(), "F0");
 }
 
 TEST_F(GpioCheckBoxes, SettingFromCodeRunsTheHandlerOnlyOnAChange) {
     // The communications test sets the LED boxes this way.
     FrmGPIO& g = gpio();
-    rig.wb->GpioState[3] = 0xFE;  // the red LED bit is clear although its box is checked
+    rig.wb->GpioState.portCLedData = 0xFE;  // the red LED bit is clear although its box is checked
     g.setChecked(g.ChKLedData[0], true, &FrmGPIO::ChKLedData_Click, 0);
-    EXPECT_EQ(rig.wb->GpioState[3], 0xFE);
+    EXPECT_EQ(rig.wb->GpioState.portCLedData, 0xFE);
 
     g.setChecked(g.ChKLedData[1], false, &FrmGPIO::ChKLedData_Click, 1);
-    EXPECT_EQ(rig.wb->GpioState[3], 0xFC);
+    EXPECT_EQ(rig.wb->GpioState.portCLedData, 0xFC);
     g.ChKLedData[0].setChecked(true);
     g.ChKLedData_Click(0);
-    EXPECT_EQ(rig.wb->GpioState[3], 0xFD);
+    EXPECT_EQ(rig.wb->GpioState.portCLedData, 0xFD);
     EXPECT_EQ(g.txtPCHexData[2].text(), "FD");
 }
 
@@ -337,6 +345,7 @@ TEST(GpioStartUp, BoardAbsentAtStartUpShowsZerosRead) {
     EXPECT_EQ(Lamps(rig.gpio())[1], LG);
     EXPECT_EQ(Lamps(rig.gpio())[2], LG);
     EXPECT_TRUE(rig.sent().empty());
+    EXPECT_EQ(rig.gpio().cmdWrite_GPIO_Data_Click().error, CoreError::NoBoard);
 }
 
 TEST_F(GpioLifecycle, ReloadAfterUnloadStartsBoxesAfreshAndShowsTheState) {
@@ -360,17 +369,17 @@ TEST_F(GpioLifecycle, ReloadAfterUnloadStartsBoxesAfreshAndShowsTheState) {
 
     // A click changes only its own bit, not the bits the boxes disagree with.
     Click(g, g.ChkBData[5], &FrmGPIO::ChkBData_Click, 5);
-    EXPECT_EQ(rig.wb->GpioState[2], 0xD7);
+    EXPECT_EQ(rig.wb->GpioState.portBData, 0xD7);
     Click(g, g.chkOutEn[4], &FrmGPIO::chkOutEn_Click, 4);
-    EXPECT_EQ(rig.wb->GpioState[0], 0x11);
-    EXPECT_EQ(rig.wb->GpioState[3], 0xFD);
+    EXPECT_EQ(rig.wb->GpioState.portBEnables, 0x11);
+    EXPECT_EQ(rig.wb->GpioState.portCLedData, 0xFD);
 }
 
 TEST_F(GpioLifecycle, UnloadKeepsGpioStateAndTheNextWriteSendsIt) {
     FrmGPIO& old = gpio();
     Click(old, old.ChkBData[0], &FrmGPIO::ChkBData_Click, 0);
     rig.program->unloadGpioScreen();
-    EXPECT_EQ(rig.wb->GpioState[2], 0xFE);
+    EXPECT_EQ(rig.wb->GpioState.portBData, 0xFE);
 
     gpio().cmdWrite_GPIO_Data_Click();
     ASSERT_EQ(rig.sent().size(), 1u);

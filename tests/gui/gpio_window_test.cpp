@@ -97,7 +97,7 @@ private slots:
         clickBox("chkOutEnc", 0);
         QVERIFY(!child<QCheckBox>("ChkCData", 0)->isEnabled());
         clickBox("ChkCData", 0);  // a disabled box takes no click
-        QCOMPARE(rig->wb->GpioState[3], uint8_t{0xFF});
+        QCOMPARE(rig->wb->GpioState.portCLedData, uint8_t{0xFF});
         QVERIFY(rig->sent().empty());
 
         // Typing in a hex box is shown but never sent.

@@ -30,7 +30,7 @@ protected:
     // The LED byte and which of the GPIO screen's red and green LED boxes are ticked.
     std::string leds() {
         FrmGPIO& g = rig.gpio();
-        return hex(rig.wb->GpioState[3], 2) + (g.ChKLedData[0].checked() ? " red" : "") +
+        return hex(rig.wb->GpioState.portCLedData, 2) + (g.ChKLedData[0].checked() ? " red" : "") +
                (g.ChKLedData[1].checked() ? " green" : "");
     }
     static std::size_t count(const std::string& text, const std::string& what) {
@@ -47,7 +47,7 @@ TEST_F(CommTest, GoodReadsRegisterTwoAndLightsTheGreenLedOnOneOpen) {
               (std::vector<WireFrame>{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
     EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
     EXPECT_EQ(leds(), "FE green");
-    EXPECT_EQ(rig.wb->GpioState[1], 0x00);  // the LED enables are left alone
+    EXPECT_EQ(rig.wb->GpioState.portCLedEnables, 0x00);  // the LED enables are left alone
     EXPECT_EQ(rig.gpio().txtPCHexData[2].text(), "FE");
     // Automatic mode opens once; the nested GPIO open only logs.
     EXPECT_EQ(rig.board.initCount(), 3);  // probe, start-up GPIO write, this test
@@ -154,7 +154,7 @@ TEST_F(CommTest, ReloadedGpioScreenStillGetsBothLedBitsRight) {
     // The user cleared the green LED's box and closed the screen; the reloaded screen shows both
     // boxes checked again, so only the explicit clicks bring the green bit back.
     rig.gpio().setChecked(rig.gpio().ChKLedData[1], false, &FrmGPIO::ChKLedData_Click, 1);
-    ASSERT_EQ(rig.wb->GpioState[3], 0xFD);
+    ASSERT_EQ(rig.wb->GpioState.portCLedData, 0xFD);
     rig.program->unloadGpioScreen();
     test("60");
     EXPECT_EQ(sent().back(), Gpio({0xFF, 0xFE, 0x00, 0x00}));

@@ -5,6 +5,7 @@
 #include "foundation/hex_text.h"
 #include "panel_rig.h"
 #include "support/fakes.h"
+#include "support/temp_dir.h"
 
 namespace i2cbridge {
 namespace {
@@ -30,7 +31,7 @@ TEST(MainWindowLoad, WithTheBoardProbesThenSendsTheStartUpGpioState) {
     // The probe's open and close, then the GPIO write's own open and close.
     EXPECT_EQ(w.Txtlog.text(), kSetup + Attach("2A0") + kSetup + Attach("2A1"));
     EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{1, {0xFF, 0xFF, 0x00, 0x00}}}));
-    EXPECT_EQ(rig.wb->GpioState, (std::array<uint8_t, 4>{0x00, 0x00, 0xFF, 0xFF}));
+    EXPECT_EQ(rig.wb->GpioState, (GpioBytes{0x00, 0x00, 0xFF, 0xFF}));
     EXPECT_EQ(std::tuple(rig.wb->i2c.I2CWriteAddress, rig.wb->i2c.I2CReadAddress,
                          w.txtActualWrtAddress.text(), w.txtActualReadAddress.text()),
               std::tuple(0x60, 0x61, "60", "61"));
@@ -130,6 +131,84 @@ TEST(MainWindowMenus, GpioScreenIsCreatedWhenAskedFor) {
     ASSERT_FALSE(rig.program->hasGpioScreen());
     w.mnuGPIO_Click();
     EXPECT_TRUE(rig.program->hasGpioScreen() && shows == 1);
+}
+
+// Scan Bus opens the board as every operation does, says what answered and why it stopped.
+TEST(MainWindowMenus, ScanBusReturnsTheAddressesThatAnsweredOrWhyNot) {
+    const std::string answered = "Devices answering (write addresses): 40 60 A0";
+    const struct {
+        const char* name;
+        std::function<void(Rig&)> before;
+        std::vector<uint8_t> found;
+        CoreError error;
+        std::string logged;
+    } cases[] = {
+        {"board attached", [](Rig&) {}, {0x40, 0x60, 0xA0}, CoreError::None, answered},
+        {"board unplugged",
+         [](Rig& r) { r.board.unplug(); },
+         {},
+         CoreError::NoBoard,
+         "Devices answering (write addresses): none (no board could be opened)"},
+        {"held closed by hand",
+         [](Rig& r) {
+             r.main().ChKManUsbConn.setChecked(true);
+             r.main().ChKManUsbConn_Click();
+         },
+         {},
+         CoreError::NoBoard,
+         "Devices answering (write addresses): none (no board could be opened)"},
+        // The probe of 0x42 (the 34th read) fails: the scan stops with what it had.
+        {"transfer failed",
+         [](Rig& r) {
+             for (int k = 0; k < 33; ++k) r.board.injectReply(0x82, {0});
+             r.board.injectTransferFault({0x82, usb_status::kIo, std::nullopt});
+         },
+         {},
+         CoreError::TransferFailed,
+         "Devices answering (write addresses): none (the transfer failed)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig;
+        FrmI2CGeneral& w = rig.main();
+        c.before(rig);
+        rig.markLog();
+        const BusScan scan = w.mnuScanBus_Click();
+        EXPECT_EQ(scan.found, c.found);
+        EXPECT_EQ(scan.error, c.error);
+        EXPECT_NE(rig.logSinceMark().find(Entry(c.logged)), std::string::npos)
+            << rig.logSinceMark();
+        EXPECT_EQ(BusScanText(scan), c.logged);
+        EXPECT_FALSE(rig.wb->usb.UsbOpen);
+    }
+}
+
+TEST(MainWindowMenus, StartTraceAsksForAFileAndStopTraceEndsIt) {
+    Rig rig;
+    testing::TempDir dir;
+    FrmI2CGeneral& w = rig.main();
+    const std::string path = dir.file("bus.txt");
+    rig.dialogs.saveChoices.push_back("");
+    EXPECT_EQ(w.mnuTraceStart_Click().path, "");  // cancelled
+    EXPECT_FALSE(w.tracing());
+
+    rig.markLog();
+    rig.dialogs.saveChoices.push_back(path);
+    EXPECT_TRUE(w.mnuTraceStart_Click().started());
+    EXPECT_TRUE(w.tracing());
+    w.cmdRead_Click();
+    EXPECT_EQ(w.mnuTraceStop_Click(), path);
+    EXPECT_EQ(w.mnuTraceStop_Click(), "");
+    EXPECT_FALSE(w.tracing());
+    EXPECT_NE(testing::ReadBytes(path).find("OUT"), std::string::npos);
+    EXPECT_EQ(rig.logSinceMark().find("Trace started: " + path), 0u);
+    EXPECT_NE(rig.logSinceMark().find("Trace stopped: " + path), std::string::npos);
+
+    rig.dialogs.saveChoices.push_back(dir.file("no-such-folder/bus.txt"));
+    const TraceStart failed = w.mnuTraceStart_Click();
+    EXPECT_EQ(failed.error, CoreError::FileUnwritable);
+    EXPECT_FALSE(failed.reason.empty());
+    EXPECT_FALSE(w.tracing());
 }
 
 TEST(MainWindowFocus, GainOfFocusTakesTheAddressBoxWithoutTheDisplays) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 #include <streambuf>
 
@@ -9,90 +10,104 @@ namespace i2cbridge {
 namespace {
 
 using Fields = std::vector<std::string>;
+using Stop = RegisterFileRead::Stop;
 
-// Reads every field the reader gives, without the 130-field limit.
-Fields AllFields(const std::string& text) {
-    std::istringstream in(text);
-    RegisterFieldReader reader(in);
-    Fields fields;
-    while (auto field = reader.next()) fields.push_back(*field);
-    return fields;
-}
-
-// A text of n numbered fields, one line of four per row after the address line.
-std::string NumberedFile(int n) {
-    std::string text;
-    for (int i = 0; i < n; ++i) {
-        text += "f" + std::to_string(i);
-        text += (i == 1 || (i > 1 && (i - 1) % 4 == 0)) ? "\r\n" : ",";
-    }
-    return text;
-}
-
-// Commas and line ends (CR LF, lone LF, lone CR) split; adjacent commas, a comma at a line's
-// end and empty lines make empty fields; leading blanks go, trailing ones and tabs stay; double
-// quotes, eight-bit and NUL characters are ordinary; the input's end closes a field, but blanks
-// alone make none.
-TEST(RegisterFieldReader, SplitsTheTextIntoFields) {
+// Commas split; leading blanks go, trailing ones and tabs stay; double quotes, eight-bit and
+// NUL characters are ordinary; an empty text is one empty field.
+TEST(SplitRegisterLine, SplitsAtEveryCommaAndDropsLeadingBlanks) {
     const std::pair<std::string, Fields> cases[] = {
-        {"I2C ADDRESS , 60\r\n00,Status,00,--\r\n",
-         {"I2C ADDRESS ", "60", "00", "Status", "00", "--"}},
-        {",,,\r\n", {"", "", "", ""}},
+        {"I2C ADDRESS , 60", {"I2C ADDRESS ", "60"}},
+        {",,,", {"", "", "", ""}},
         {"a,,b", {"a", "", "b"}},
-        {"a,\r\nb", {"a", "", "b"}},
-        {"a\r\n\r\nb\r\n", {"a", "", "b"}},
-        {"\r\n", {""}},
-        {"a,b\r\nc", {"a", "b", "c"}},
-        {"a,b\nc", {"a", "b", "c"}},
-        {"a,b\rc", {"a", "b", "c"}},
-        {"a\r\r\nb", {"a", "", "b"}},  // a line end, then an empty line
-        {"a\n\rb", {"a", "", "b"}},    // two line ends, the second closing an empty line
+        {"a,", {"a", ""}},
+        {"a,   ", {"a", ""}},
+        {"", {""}},
         {"   Status  ,\tTab", {"Status  ", "\tTab"}},
-        {"a,   \r\nb", {"a", "", "b"}},
         {"\"Status, low\",FF", {"\"Status", "low\"", "FF"}},
-        {"\"\",x\"y\"", {"\"\"", "x\"y\""}},
-        {"last", {"last"}},
-        {"a,", {"a"}},
-        {"a,   ", {"a"}},
-        {"", {}},
         {std::string("\xb5V,\xff\x00x", 6), {"\xb5V", std::string("\xff\x00x", 3)}},
     };
-    for (const auto& [text, fields] : cases) EXPECT_EQ(AllFields(text), fields) << text;
+    for (const auto& [text, fields] : cases) EXPECT_EQ(SplitRegisterLine(text), fields) << text;
 }
 
-TEST(ReadRegisterFields, StopsAfterField130AndLeavesTheRestUnread) {
-    std::istringstream in(NumberedFile(kRegisterFileFields) + "beyond,more\r\n");
-    const RegisterFileFields read = ReadRegisterFields(in);
-    EXPECT_EQ(read.stop, RegisterFileFields::Stop::Complete);
-    std::istringstream whole(NumberedFile(kRegisterFileFields));
-    EXPECT_EQ(read.fields, ReadRegisterFields(whole).fields);
-    EXPECT_EQ(read.fields.back(), "f129");
+// What a file's lines give: line 1 is the address line when it has two fields, every later
+// line a row when it has exactly four; anything else is a bad line, named and not loaded.
+TEST(ReadRegisterFile, JudgesEachLineByItsPlaceAndItsFields) {
+    using Rows = std::map<int, RegisterFileRow>;
+    const struct {
+        const char* name;
+        std::string text;
+        std::optional<std::string> address;
+        Rows rows;
+        std::vector<int> bad;
+        int lines;
+    } cases[] = {
+        {"good",
+         "I2C ADDRESS , 60\r\n00,Status,00,--\r\n,,,\r\n",
+         "60",
+         Rows{{0, {"00", "Status", "00", "--"}}, {1, {"", "", "", ""}}},
+         {},
+         3},
+        {"lone LF and CR",
+         "I2C ADDRESS , 3C\n00,a,b,c\r01,d,e,f",
+         "3C",
+         Rows{{0, {"00", "a", "b", "c"}}, {1, {"01", "d", "e", "f"}}},
+         {},
+         3},
+        {"CR CR LF is a line end, then an empty line",
+         "I2C ADDRESS , 60\r\r\n00,a,b,c\r\n",
+         "60",
+         Rows{{1, {"00", "a", "b", "c"}}},
+         {2},
+         3},
+        {"too few fields and a bad address line",
+         "I2C ADDRESS , 60, 61\r\n00,a,b\r\n01,x,y,z\r\n",
+         std::nullopt,
+         Rows{{1, {"01", "x", "y", "z"}}},
+         {1, 2},
+         3},
+        {"a script is no definitions file",
+         "# gain test\r\n00, 12, 34\r\n`D 10\r\n",
+         std::nullopt,
+         Rows{},
+         {1, 2, 3},
+         3},
+        {"empty", "", std::nullopt, Rows{}, {}, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::istringstream in(c.text);
+        const RegisterFileRead read = ReadRegisterFile(in);
+        Rows rows;
+        for (int k = 0; k < kRegisterFileRows; ++k)
+            if (read.rows[k]) rows[k] = *read.rows[k];
+        EXPECT_EQ(read.address, c.address);
+        EXPECT_EQ(rows, c.rows);
+        EXPECT_EQ(read.badLines, c.bad);
+        EXPECT_EQ(read.lines, c.lines);
+        EXPECT_EQ(read.stop, Stop::EndOfFile);
+        EXPECT_EQ(read.isDefinitionsFile(), !c.rows.empty());
+    }
+}
+
+TEST(ReadRegisterFile, StopsAfterLine33AndLeavesTheRestUnread) {
+    std::string text = "I2C ADDRESS , 60\r\n";
+    for (int k = 0; k < kRegisterFileRows; ++k) text += std::to_string(k) + ",d,w,r\r\n";
+    std::istringstream in(text + "beyond,more\r\n");
+    const RegisterFileRead read = ReadRegisterFile(in);
+    EXPECT_EQ(read.stop, Stop::Complete);
+    EXPECT_EQ(read.lines, kRegisterFileLines);
+    EXPECT_EQ(read.rows[31], (RegisterFileRow{"31", "d", "w", "r"}));
     std::string rest;
     std::getline(in, rest);
     EXPECT_EQ(rest, "beyond,more\r");
 }
 
-TEST(ReadRegisterFields, TakesFieldsInOrderWhereverTheLinesBreak) {
-    std::string oneFieldPerLine;
-    std::string allOnOneLine;
-    for (int i = 0; i < kRegisterFileFields; ++i) {
-        oneFieldPerLine += "f" + std::to_string(i) + "\n";
-        allOnOneLine += "f" + std::to_string(i) + ",";
-    }
-    std::istringstream a(oneFieldPerLine), b(allOnOneLine), c(NumberedFile(kRegisterFileFields));
-    const auto fromLines = ReadRegisterFields(a).fields;
-    EXPECT_EQ(fromLines, ReadRegisterFields(b).fields);
-    EXPECT_EQ(fromLines, ReadRegisterFields(c).fields);
-    EXPECT_EQ(fromLines.size(), 130u);
-}
-
-TEST(ReadRegisterFields, AShortFileSaysHowManyFieldsItHad) {
-    for (int n : {9, 0}) {
-        std::istringstream in(NumberedFile(n));
-        const RegisterFileFields read = ReadRegisterFields(in);
-        EXPECT_EQ(read.stop, RegisterFileFields::Stop::EndOfFile);
-        EXPECT_EQ(read.fields.size(), static_cast<std::size_t>(n));
-    }
+// A line longer than any definitions file holds (a binary file) is a bad line, not kept whole.
+TEST(ReadRegisterFile, AnEndlessLineIsABadLine) {
+    std::istringstream in("I2C ADDRESS , 60\r\n" + std::string(200000, 'x') + ",a,b,c\r\n00,a,b,c");
+    const RegisterFileRead read = ReadRegisterFile(in);
+    EXPECT_EQ(read.badLines, (std::vector<int>{2}));
+    EXPECT_EQ(read.rows[1], (RegisterFileRow{"00", "a", "b", "c"}));
 }
 
 // A stream whose source fails after a number of bytes, as a file on a failing disk does.
@@ -119,14 +134,15 @@ private:
     std::size_t pos_ = 0;
 };
 
-TEST(ReadRegisterFields, AFailingStreamIsAReadErrorNotAnEndOfFile) {
-    // Fails inside the description of row 0, after three fields.
+TEST(ReadRegisterFile, AFailingStreamIsAReadErrorNotAnEndOfFile) {
+    // Fails inside the description of row 0, after one line.
     const std::string text = "I2C ADDRESS , 60\r\n00,Status,00,--\r\n";
     FailingBuffer buffer(text, text.find("00,") + 5);
     std::istream in(&buffer);
-    const RegisterFileFields read = ReadRegisterFields(in);
-    EXPECT_EQ(read.stop, RegisterFileFields::Stop::ReadError);
-    EXPECT_EQ(read.fields, (Fields{"I2C ADDRESS ", "60", "00"}));
+    const RegisterFileRead read = ReadRegisterFile(in);
+    EXPECT_EQ(read.stop, Stop::ReadError);
+    EXPECT_EQ(read.lines, 1);
+    EXPECT_EQ(read.address, "60");
 }
 
 // The address starts in column 15; the four texts are joined with single commas.
@@ -141,34 +157,6 @@ TEST(RegisterFileWriter, AddressAndRowLinesKeepTheirTextsAsTheyAre) {
     EXPECT_EQ(RegisterFileAddressLine("60").find("60"), 14u);
 }
 
-TEST(RegisterFileWriter, AWholeFileIs33CrLfLines) {
-    RegisterDefinitions table;
-    table.address = "60";
-    table.rows[0] = {"00", "Status", "00", "--"};
-    table.rows[1] = {"01", "Control", "8F", "8F"};
-    const std::string text = FormatRegisterFile(table);
-    std::string expected = "I2C ADDRESS , 60\r\n00,Status,00,--\r\n01,Control,8F,8F\r\n";
-    for (int k = 2; k < kRegisterFileRows; ++k) expected += ",,,\r\n";
-    EXPECT_EQ(text, expected);
-}
-
-TEST(DefinitionsFromFields, PlacesFieldsByPositionAndLeavesMissingOnesEmpty) {
-    Fields fields = {"label", "C0", "00", "Status", "AA", "--", "01"};
-    const RegisterDefinitions table = DefinitionsFromFields(fields);
-    RegisterDefinitions want;
-    want.address = "C0";
-    want.rows[0] = {"00", "Status", "AA", "--"};
-    want.rows[1] = {"01", "", "", ""};
-    EXPECT_EQ(table, want);
-
-    RegisterDefinitions t;
-    std::vector<std::string*> targets;
-    for (int field : {0, 1, 5, 6, 129, 130, -1}) targets.push_back(FieldTarget(t, field));
-    EXPECT_EQ(targets, (std::vector<std::string*>{nullptr, &t.address, &t.rows[0].readValue,
-                                                  &t.rows[1].address, &t.rows[31].readValue,
-                                                  nullptr, nullptr}));
-}
-
 TEST(RegisterFileRoundTrip, EveryTextWithoutCommasLineBreaksOrLeadingBlanksComesBack) {
     RegisterDefinitions table;
     table.address = "1c0";
@@ -177,9 +165,10 @@ TEST(RegisterFileRoundTrip, EveryTextWithoutCommasLineBreaksOrLeadingBlanksComes
                          k % 3 == 0 ? "" : "G5", k % 2 == 0 ? "--" : "8F"};
     }
     std::istringstream in(FormatRegisterFile(table));
-    const RegisterFileFields read = ReadRegisterFields(in);
-    EXPECT_EQ(read.stop, RegisterFileFields::Stop::Complete);
-    EXPECT_EQ(DefinitionsFromFields(read.fields), table);
+    const RegisterFileRead read = ReadRegisterFile(in);
+    EXPECT_EQ(read.stop, Stop::Complete);
+    EXPECT_TRUE(read.badLines.empty());
+    EXPECT_EQ(DefinitionsFrom(read), table);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <map>
 #include <tuple>
 
 #include "foundation/colors.h"
@@ -113,8 +114,9 @@ TEST_F(RegisterFileTest, ASavedFileIs33CrLfLinesOfTheBoxesAsTheyStand) {
     EXPECT_EQ(dir.entries(), 1);
 }
 
-// Every field after a comma in a description moves one box on; an empty row is three commas.
-TEST_F(RegisterFileTest, EmptyRowsAndCommasInADescriptionRoundTripAsTheFieldsFall) {
+// An empty row is three commas and comes back; a description with a comma makes its line bad:
+// that row is not loaded and the rows after it are.
+TEST_F(RegisterFileTest, EmptyRowsRoundTripAndACommaInADescriptionLosesOnlyItsRow) {
     fillTable();
     setRow(7, {"", "", "", ""});
     setRow(30, {"1E", "Gain, low", "0F", "0E"});
@@ -122,37 +124,13 @@ TEST_F(RegisterFileTest, EmptyRowsAndCommasInADescriptionRoundTripAsTheFieldsFal
     EXPECT_NE(ReadBytes(dir.file("gap.qrl")).find("\r\nA6,Desc 6,W6,R6\r\n,,,\r\nA8,"),
               std::string::npos);
     fillTable();
+    setRow(31, {"x", "x", "x", "x"});
     open(dir.file("gap.qrl"));
     Table expected = samples();
     expected[7] = {"", "", "", ""};
-    expected[30] = {"1E", "Gain", "low", "0F"};      // the blank after the comma is dropped
-    expected[31] = {"0E", "A31", "Desc 31", "W31"};  // "R31" is never read
     EXPECT_EQ(table(), expected);
-}
-
-TEST_F(RegisterFileTest, LeadingBlanksAreDroppedTrailingBlanksAndQuotesKept) {
-    open(writeFile("blanks.qrl", "I2C ADDRESS ,    60  \r\n  00,   Status  ,\"AA\", \"x, y\"\r\n"));
-    EXPECT_EQ(addresses()[0], "60  ");
-    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
-    EXPECT_EQ(table()[0], (Row{"00", "Status  ", "\"AA\"", "\"x"}));
-    EXPECT_EQ(table()[1].adr, "y\"");
-}
-
-TEST_F(RegisterFileTest, ExtraLinesAndExtraFieldsAreIgnored) {
-    std::string text = "I2C ADDRESS , 60\r\n";
-    for (const Row& r : samples())
-        text += r.adr + "," + r.desc + "," + r.write + "," + r.read + "\r\n";
-    open(writeFile("long.qrl", text + "40,Beyond,11,22\r\n41,More,33,44\r\n"));
-    EXPECT_EQ(table(), samples());
-
-    // The fields on the second row line spill into row 1 and on from there.
-    open(writeFile("wide.qrl", "I2C ADDRESS , 60, 61\r\n00,a,b,c,d,e\r\n"));
-    Table expected = samples();
-    expected[0] = {"61", "00", "a", "b"};
-    expected[1] = {"c", "d", "e", "R1"};
-    EXPECT_EQ(table(), expected);
-    EXPECT_EQ(addresses()[0], "60");
-    EXPECT_EQ(rig.logSinceMark(), logged(dir.file("wide.qrl"), "ended after 9 of 130 fields"));
+    EXPECT_EQ(rig.logSinceMark(),
+              logged(dir.file("gap.qrl"), "has lines that were not loaded: 32"));
 }
 
 TEST_F(RegisterFileTest, TheAddressIsUpperCasedAndTakenWithoutRangeTest) {
@@ -165,7 +143,7 @@ TEST_F(RegisterFileTest, TheAddressIsUpperCasedAndTakenWithoutRangeTest) {
                  {"08", {"08", "8", "9", "8", "9"}},
                  {"zz", {"ZZ", "0", "1", "0", "1"}}};
     for (const auto& c : cases) {
-        open(writeFile("adr.qrl", std::string("I2C ADDRESS , ") + c.field + "\r\n"));
+        open(writeFile("adr.qrl", std::string("I2C ADDRESS , ") + c.field + "\r\n,,,\r\n"));
         EXPECT_EQ(addresses(), c.addresses) << c.field;
     }
     EXPECT_TRUE(rig.dialogs.messages.empty()) << "loading must not complain about an address";
@@ -191,33 +169,31 @@ TEST_F(RegisterFileTest, LoadingNeverContactsTheBoardNorYields) {
 TEST_F(RegisterFileTest, AShortFileFillsWhatItHasLogsAndKeepsTheNewCaption) {
     fillTable();
     const std::string path =
-        writeFile("short.qrl", "I2C ADDRESS , 50\r\n00,Status,00,--\r\n01,Control,8F\r\n");
+        writeFile("short.qrl", "I2C ADDRESS , 50\r\n00,Status,00,--\r\n01,Control,8F,8F\r\n");
     open(path);
     Table expected = samples();
     expected[0] = {"00", "Status", "00", "--"};
-    expected[1] = {"01", "Control", "8F", "R1"};
+    expected[1] = {"01", "Control", "8F", "8F"};
     EXPECT_EQ(table(), expected);
     EXPECT_EQ(addresses()[0], "50");
     EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x50);
-    EXPECT_EQ(rig.logSinceMark(), logged(path, "ended after 9 of 130 fields"));
+    EXPECT_EQ(rig.logSinceMark(), logged(path, "ended after 3 of 33 lines"));
     EXPECT_EQ(w.Caption.caption(), "short.qrl - Quantrel I2CUSB");
     EXPECT_EQ(w.CommonDialog1.fileTitle, "short.qrl");
 }
 
-// A file that cannot be read whole is logged with how far it got; nothing it could not
-// deliver changes a box, and a file that never opened does not name the window.
+// A file that cannot be read whole is logged with how far it got; it changes no box and does
+// not name the window.
 TEST_F(RegisterFileTest, UnreadableFilesAreLoggedAndChangeNoBox) {
     const struct {
         const char* name;
         std::string path;
         std::string why;
-        bool opened;
     } cases[] = {
-        {"missing", dir.file("gone.qrl"), "could not be opened: No such file or directory", false},
-        {"folder", dir.path().string(), "could not be opened: it is a folder", false},
-        {"empty", writeFile("empty.qrl", ""), "ended after 0 of 130 fields", true},
+        {"missing", dir.file("gone.qrl"), "could not be read: No such file or directory"},
+        {"folder", dir.path().string(), "could not be read: it is a folder"},
         // This file opens, but every read of it fails.
-        {"read error", "/proc/self/mem", "could not be read after 0 of 130 fields", true},
+        {"read error", "/proc/self/mem", "could not be read: Input/output error"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -226,9 +202,99 @@ TEST_F(RegisterFileTest, UnreadableFilesAreLoggedAndChangeNoBox) {
         EXPECT_EQ(rig.logSinceMark(), logged(c.path, c.why));
         EXPECT_EQ(addresses(), (std::vector<std::string>{"60", "60", "61", "60", "61"}));
         EXPECT_EQ(table(), samples());
-        if (c.opened) continue;
         EXPECT_EQ(w.Caption.caption(), kStartCaption);
         EXPECT_EQ(w.CommonDialog1.fileTitle, "");
+    }
+}
+
+// A file with no register line at all is refused and changes nothing, not even the caption; a
+// file with some bad lines loads the good ones and names the bad ones. The table starts as
+// samples() with the address 60 each time.
+TEST_F(RegisterFileTest, JunkIsRefusedAndBadLinesAreNamedWhileTheGoodOnesLoad) {
+    const Table before = samples();
+    const struct {
+        const char* name;
+        std::string bytes;
+        std::map<int, Row> changed;  // rows that differ from `before` afterwards
+        std::string address;         // the address box afterwards
+        int rowsLoaded;
+        std::vector<int> badLines;
+        CoreError error;
+        std::string logged;  // after the path
+    } cases[] = {
+        {"a script",
+         "# gain\r\n00, 12, 34\r\n`D 10\r\n",
+         {},
+         "60",
+         0,
+         {},
+         CoreError::NotDefinitions,
+         " is not a register definitions file"},
+        {"binary",
+         std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16),
+         {},
+         "60",
+         0,
+         {},
+         CoreError::NotDefinitions,
+         " is not a register definitions file"},
+        {"an address line alone",
+         "I2C ADDRESS , 3C\r\n",
+         {},
+         "60",
+         0,
+         {},
+         CoreError::NotDefinitions,
+         " is not a register definitions file"},
+        {"empty",
+         "",
+         {},
+         "60",
+         0,
+         {},
+         CoreError::NotDefinitions,
+         " is not a register definitions file"},
+        {"bad lines among good ones",
+         "I2C ADDRESS , 3C\r\n00,a,b,c\r\njunk\r\n02,Gain, low,0F,0E\r\n03,d,e,f\r\n",
+         {{0, {"00", "a", "b", "c"}}, {3, {"03", "d", "e", "f"}}},
+         "3C",
+         2,
+         {3, 4},
+         CoreError::None,
+         " has lines that were not loaded: 3, 4"},
+        {"a bad address line",
+         "I2C ADDRESS\r\n00,a,b,c\r\n",
+         {{0, {"00", "a", "b", "c"}}},
+         "60",
+         1,
+         {1},
+         CoreError::None,
+         " has lines that were not loaded: 1"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        fillTable();
+        w.txtI2CAdr.setText("60");
+        w.Caption.setCaption(kStartCaption);
+        const std::string path = writeFile("in.qrl", c.bytes);
+        rig.markLog();
+        rig.dialogs.openChoices.push_back(path);
+        const RegisterFileLoad load = w.mnuSetup_Open_Click();
+
+        Table expected = before;
+        for (const auto& [k, row] : c.changed) expected[k] = row;
+        EXPECT_EQ(table(), expected);
+        EXPECT_EQ(w.txtI2CAdr.text(), c.address);
+        EXPECT_EQ(load.rowsLoaded, c.rowsLoaded);
+        EXPECT_EQ(load.badLines, c.badLines);
+        EXPECT_EQ(load.error, c.error);
+        const bool refused = c.error != CoreError::None;
+        const std::string log = rig.logSinceMark();
+        EXPECT_EQ(log.find(refused ? Entry(path + c.logged)
+                                   : Entry("Register definitions file " + path + c.logged)),
+                  0u)
+            << log;
+        EXPECT_EQ(w.Caption.caption(), refused ? kStartCaption : "in.qrl - Quantrel I2CUSB");
     }
 }
 
@@ -314,7 +380,7 @@ TEST_F(RegisterFileTest, TheOpenDialogAsksForASetupFileWithNoProposedName) {
 
 TEST_F(RegisterFileTest, TheSaveDialogProposesTheLastFileLoadedOrSaved) {
     save("");
-    open(writeFile("mux.qrl", "I2C ADDRESS , 60\r\n"));
+    open(writeFile("mux.qrl", "I2C ADDRESS , 60\r\n,,,\r\n"));
     save(dir.file("other.qrl"));
     save("");
     EXPECT_EQ(Fields(rig.dialogs.saveShown),

@@ -275,7 +275,7 @@ TEST_F(Running, EightDigitGpioRowSetsEnablesComparesAndKeepsTheIdleValue) {
     FrmScriptOps& w = open("`G5AA5FFFF\r\n`G5AA50000\r\n");
     w.cmdExecAll_Click();
     // Pairs 1 to 4 are port B data, port C data, port B enables, port C enables.
-    EXPECT_EQ(rig.wb->GpioState, (std::array<uint8_t, 4>{0x00, 0x00, 0x5A, 0xA5}));
+    EXPECT_EQ(rig.wb->GpioState, (GpioBytes{0x00, 0x00, 0x5A, 0xA5}));
     // Undriven pins read high (the LED bits their latch), so the second row reads back other
     // data than it wrote.
     EXPECT_EQ(cell(w, 1, kColActRd) + " " + cell(w, 2, kColActRd), "5AA5FFFF FFFD0000");
