@@ -5,6 +5,8 @@ BUILD ?= build
 TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
+FUZZ_TIMEOUT ?= 60
+FUZZ_TARGETS ?= fuzz_*
 
 .PHONY: all deps configure build run check test core package asan bench fuzz clean
 
@@ -81,20 +83,29 @@ bench: build
 	  echo "== $$b"; $$b || status=1; \
 	done; exit $$status
 
+# Every fuzzer for FUZZ_SECONDS each (FUZZ_TARGETS picks some: FUZZ_TARGETS=fuzz_script_engine).
+# A crash, leak, time-out (one input running FUZZ_TIMEOUT s) or any other non-zero exit of a
+# fuzzer fails the target once all have run; the input that did it and the fuzzer's output stay
+# in build-fuzz/findings/<fuzzer>/ (emptied at the fuzzer's next run).
 fuzz: deps
 	@cmake -S . -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DI2CB_FUZZ=ON -DI2CB_GUI=OFF -DI2CB_TESTS=OFF -DI2CB_BENCH=OFF > /dev/null
 	@cmake --build build-fuzz -j $(JOBS)
-	@for t in build-fuzz/fuzz/fuzz_*; do \
+	@status=0; for t in build-fuzz/fuzz/$(FUZZ_TARGETS); do \
 	  [ -f "$$t" ] && [ -x "$$t" ] || continue; \
 	  name=$$(basename $$t); corpus=fuzz/corpus/$${name#fuzz_}; work=$$(mktemp -d); \
-	  cp $$corpus/* $$work/; echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  $$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=$$work/ $$work \
-	    2>&1 | grep -E "^Done|stat::number_of_executed_units|cov:.*exec/s|ERROR|SUMMARY" | tail -4; \
-	  if ls $$work/crash-* $$work/leak-* $$work/timeout-* >/dev/null 2>&1; then \
-	    echo "$$name found a fault: $$work"; exit 1; fi; \
+	  found=build-fuzz/findings/$$name; rm -rf $$found; mkdir -p $$found; \
+	  if [ -d $$corpus ]; then cp $$corpus/* $$work/; fi; \
+	  echo "== $$name for $(FUZZ_SECONDS) s"; \
+	  $$t -max_total_time=$(FUZZ_SECONDS) -timeout=$(FUZZ_TIMEOUT) -print_final_stats=1 \
+	    -artifact_prefix=$$found/ $$work > $$found/output.txt 2>&1; code=$$?; \
+	  grep -E "^Done|stat::number_of_executed_units|cov:.*exec/s|ERROR|SUMMARY|fuzz:" \
+	    $$found/output.txt | tail -4; \
+	  if [ $$code -ne 0 ] || [ -n "$$(ls $$found | grep -v '^output.txt$$')" ]; then \
+	    echo "$$name FAILED (exit $$code): input and output kept in $$found"; status=1; \
+	  else rm -rf $$found; fi; \
 	  rm -rf $$work; \
-	done
+	done; exit $$status
 
 clean:
 	rm -rf build build-core build-asan build-fuzz build-pkg

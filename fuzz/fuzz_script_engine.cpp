@@ -1,7 +1,8 @@
 // Runs a script through a script window against the simulated board while the board answers
 // with bytes and counts taken from the input: replies replaced by arbitrary bytes, cut short,
 // or lost to transfer errors. Whatever the board says, the run must end with the connection
-// closed, the counters consistent and every read inside its buffer (the sanitizers watch).
+// closed, the counters consistent and every read inside its buffer (the sanitizers watch), and
+// it must end: a run that goes past the step limit is a finding.
 //
 // Input: one byte of switches (abort on fail, interrupt sampling), the script text up to a
 // zero byte, then records of [kind, length, bytes...] that become the board's next answers.
@@ -32,16 +33,24 @@ void Check(bool condition, const char* what) {
     std::abort();
 }
 
+// A pass opens the connection (10,000 yields) and yields a few times per row: a run of this
+// many yields is a pass that does not end.
+constexpr long kMaxYields = 2'000'000;
+
 // Yields deliver the board's events; sleeps take no time; the clock stands still.
 class Pump : public UiPump {
 public:
     explicit Pump(BoardDriver& driver) : driver_(driver) {}
-    void yield() override { driver_.deliverEvents(); }
+    void yield() override {
+        driver_.deliverEvents();
+        Check(++yields_ <= kMaxYields, "the run did not end within the step limit");
+    }
     void sleepMs(int) override {}
     DateTime now() override { return {}; }
 
 private:
     BoardDriver& driver_;
+    long yields_ = 0;
 };
 
 // Keypress pauses answered by the input; files are never chosen but the script's own.

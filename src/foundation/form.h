@@ -21,4 +21,20 @@ public:
     std::shared_ptr<Form> keepAlive() { return weak_from_this().lock(); }
 };
 
+// A window that something outside it remembers (the connection's current window). It never
+// keeps the window alive and reads as empty once the window is gone, so a closed window can
+// never be reached through it. A window that nobody shares cannot be remembered.
+class FormRef {
+public:
+    FormRef& operator=(Form* form) {
+        form_ = form != nullptr ? form->weak_from_this() : std::weak_ptr<Form>{};
+        return *this;
+    }
+    // The window while it is open, held for as long as the caller keeps the result.
+    std::shared_ptr<Form> lock() const { return form_.lock(); }
+
+private:
+    std::weak_ptr<Form> form_;
+};
+
 }  // namespace i2cbridge

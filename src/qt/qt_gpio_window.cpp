@@ -16,6 +16,7 @@
 #include "app/program.h"
 #include "gpio/frm_gpio.h"
 #include "qt/qt_binding.h"
+#include "qt/qt_model_holder.h"
 #include "qt/qt_placement.h"
 #include "workbench/workbench.h"
 
@@ -28,16 +29,10 @@ namespace {
 // Pin rows: PB0..PB7, PC4..PC7, red LED, green LED.
 constexpr int kPinRows = 14;
 
-// The model is held by a base that comes before QWidget, so it outlives the child widgets,
-// whose bindings point into it.
-struct GpioModelHolder {
-    std::shared_ptr<FrmGPIO> held;
-};
-
-class GpioWindow : private GpioModelHolder, public QWidget {
+class GpioWindow : private ModelHolder<FrmGPIO>, public QWidget {
 public:
     explicit GpioWindow(Program& program)
-        : GpioModelHolder{program.gpioScreenModel()}, program_(program), model_(*held) {
+        : ModelHolder(program.gpioScreenModel()), program_(program), model_(held()) {
         setObjectName("frmGPIO");
         // Only the main window keeps the program running.
         setAttribute(Qt::WA_QuitOnClose, false);
@@ -47,32 +42,19 @@ public:
     ~GpioWindow() override { model_.Caption.onChange = nullptr; }
 
 protected:
-    // The screen's controls go with the window; GpioState stays with the Workbench. A handler
-    // of this model may still be running in a yield: it keeps the model alive itself, and the
-    // window waits for it to return before it goes, since the button that started the handler
-    // is still on the stack below it.
+    // The screen's controls go with the window; GpioState stays with the Workbench.
     void closeEvent(QCloseEvent* event) override {
         model_.Caption.onChange = nullptr;
         // Only if it is still the Program's screen: a closed one may have been replaced.
         if (program_.hasGpioScreen() && &program_.gpioScreen() == &model_)
             program_.unloadGpioScreen();
         event->accept();
-        if (running_ == 0) {
-            deleteLater();
-        } else {
-            deleteWhenIdle_ = true;
-        }
+        deleteWhenIdle(*this);
     }
 
 private:
-    // Runs a handler of the model while the window counts it as running.
-    void run(const std::function<void()>& handler) {
-        ++running_;
-        handler();
-        if (--running_ == 0 && deleteWhenIdle_) deleteLater();
-    }
     std::function<void()> handlerOf(std::function<void()> handler) {
-        return [this, handler = std::move(handler)] { run(handler); };
+        return [this, handler = std::move(handler)] { runHandler(handler); };
     }
 
     // Every pin row has the same height in all three frames, so a pin's name, enable and data
@@ -252,8 +234,6 @@ private:
     Program& program_;
     FrmGPIO& model_;
     int rowHeight_ = 24;
-    int running_ = 0;
-    bool deleteWhenIdle_ = false;
 };
 
 }  // namespace

@@ -143,10 +143,7 @@ public:
 }  // namespace
 
 MainWindowView::MainWindowView(Program& program, bool simulatedBoard, QWidget* parent)
-    : MainModelHolder{program.mainWindowModel()},
-      QMainWindow(parent),
-      model_(*held),
-      wb_(program.wb) {
+    : ModelHolder(program.mainWindowModel()), QMainWindow(parent), model_(held()), wb_(program.wb) {
     setObjectName(QStringLiteral("frmI2C_General"));
     bind::windowTitle(model_.Caption, this,
                       simulatedBoard ? QStringLiteral(" [simulated board]") : QString());

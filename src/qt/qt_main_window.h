@@ -7,6 +7,8 @@
 #include <QMainWindow>
 #include <memory>
 
+#include "qt/qt_model_holder.h"
+
 class QTabWidget;
 
 namespace i2cbridge {
@@ -15,13 +17,7 @@ class Program;
 class Workbench;
 class FrmI2CGeneral;
 
-// The model is held by a base that comes before the widget, so it outlives the child
-// widgets, whose bindings point into it.
-struct MainModelHolder {
-    std::shared_ptr<FrmI2CGeneral> held;
-};
-
-class MainWindowView : private MainModelHolder, public QMainWindow {
+class MainWindowView : private ModelHolder<FrmI2CGeneral>, public QMainWindow {
 public:
     // simulatedBoard adds " [simulated board]" to the caption the model gives.
     MainWindowView(Program& program, bool simulatedBoard, QWidget* parent = nullptr);

@@ -213,7 +213,7 @@ Qt::ItemFlags GridTableModel::flags(const QModelIndex& index) const {
 }
 
 ScriptWindowView::ScriptWindowView(Program& program, std::shared_ptr<FrmScriptOps> model)
-    : ScriptModelHolder{std::move(model)}, program_(program), model_(*held) {
+    : ModelHolder(std::move(model)), program_(program), model_(held()) {
     setObjectName(QStringLiteral("frmScriptOps"));
     // Only the main window keeps the program running.
     setAttribute(Qt::WA_QuitOnClose, false);
@@ -249,41 +249,21 @@ ScriptWindowView::~ScriptWindowView() {
 }
 
 void ScriptWindowView::load() {
-    run([this] { model_.Form_Load(); });
+    runHandler([this] { model_.Form_Load(); });
 }
 
 bool ScriptWindowView::event(QEvent* event) {
-    if (event->type() == QEvent::WindowActivate) run([this] { model_.Form_GotFocus(); });
+    if (event->type() == QEvent::WindowActivate) runHandler([this] { model_.Form_GotFocus(); });
     return QMainWindow::event(event);
 }
 
-// The rows go with the window. A handler of this window may still be running in a yield: it
-// keeps the model alive itself, and the window waits for it to return before it goes, since
-// the widget that started the handler is still on the stack below it.
+// The rows go with the window.
 void ScriptWindowView::closeEvent(QCloseEvent* event) {
     event->accept();
     if (closing_) return;
     closing_ = true;
     program_.closeScriptWindow(model_);
-    if (running_ == 0) {
-        deleteLater();
-    } else {
-        deleteWhenIdle_ = true;
-    }
-}
-
-// Counted down even when the handler throws: the start-up's errors are reported by the
-// caller, and the window must still go when it was closed meanwhile.
-ScriptWindowView::Running::Running(ScriptWindowView& w) : window(w) {
-    ++window.running_;
-}
-ScriptWindowView::Running::~Running() {
-    if (--window.running_ == 0 && window.deleteWhenIdle_) window.deleteLater();
-}
-
-void ScriptWindowView::run(const std::function<void()>& handler) {
-    const Running counted(*this);
-    handler();
+    deleteWhenIdle(*this);
 }
 
 QWidget* ScriptWindowView::buildBand(QWidget* parent) {
@@ -303,8 +283,9 @@ QWidget* ScriptWindowView::buildBand(QWidget* parent) {
     address->setObjectName(QStringLiteral("txtI2CAdr"));
     address->setFixedWidth(address->fontMetrics().horizontalAdvance(QStringLiteral("WWWW")) + 12);
     bind::text(m.txtI2CAdr, address);
-    bind::onEnter(address,
-                  [this](int& key) { run([this, &key] { model_.txtI2CAdr_KeyPress(key); }); });
+    bind::onEnter(address, [this](int& key) {
+        runHandler([this, &key] { model_.txtI2CAdr_KeyPress(key); });
+    });
     auto* addressRow = new QHBoxLayout;
     addressRow->addWidget(new QLabel(QStringLiteral("I2C Adr"), band));
     addressRow->addWidget(address);
@@ -554,7 +535,7 @@ void ScriptWindowView::buildMenus() {
     addAction(abort);
     connect(abort, &QAction::triggered, this,
             [this, action = handlerOf(&FrmScriptOps::cmdAbort_Click)] {
-                if (running_ > 0 || model_.ScriptRunning) action();
+                if (handlersRunning() || model_.ScriptRunning) action();
             });
 }
 
@@ -619,7 +600,7 @@ void ScriptWindowView::userSelected() {
     const QModelIndex current = grid_->selectionModel()->currentIndex();
     const int column = current.isValid() ? current.column() + 1 : 1;
     model_.vbalGrid1.setSelectedRow(row);
-    run([this, row, column] { model_.vbalGrid1_SelectionChange(row, column); });
+    runHandler([this, row, column] { model_.vbalGrid1_SelectionChange(row, column); });
 }
 
 void ScriptWindowView::applyResize() {

@@ -10,6 +10,8 @@
 #include <functional>
 #include <memory>
 
+#include "qt/qt_model_holder.h"
+
 class QTableView;
 
 namespace i2cbridge {
@@ -40,13 +42,7 @@ private:
     int columns_ = 0;
 };
 
-// The model is held by a base that comes before the widget, so it outlives the child
-// widgets, whose bindings point into it.
-struct ScriptModelHolder {
-    std::shared_ptr<FrmScriptOps> held;
-};
-
-class ScriptWindowView : private ScriptModelHolder, public QMainWindow {
+class ScriptWindowView : private ModelHolder<FrmScriptOps>, public QMainWindow {
 public:
     ScriptWindowView(Program& program, std::shared_ptr<FrmScriptOps> model);
     ~ScriptWindowView() override;
@@ -64,20 +60,12 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    // While one of the window's own handlers runs, the window is not deleted.
-    struct Running {
-        explicit Running(ScriptWindowView& w);
-        ~Running();
-        ScriptWindowView& window;
-    };
-    void run(const std::function<void()>& handler);
     // A model handler as a click; what it returns is the model's news, shown by the model.
     template <typename Result>
     std::function<void()> handlerOf(Result (FrmScriptOps::*handler)()) {
         FrmScriptOps* model = &model_;
         return [this, model, handler] {
-            const Running counted(*this);
-            std::invoke(handler, *model);
+            runHandler([model, handler] { std::invoke(handler, *model); });
         };
     }
     QWidget* buildBand(QWidget* parent);
@@ -99,9 +87,7 @@ private:
     GridTableModel* cells_ = nullptr;
     int bandHeight_ = 0;
     bool fitPending_ = false;
-    int running_ = 0;
     bool closing_ = false;
-    bool deleteWhenIdle_ = false;
 };
 
 }  // namespace i2cbridge

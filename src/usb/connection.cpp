@@ -67,7 +67,8 @@ void UsbConnection::open(ConnectionView* view) {
         log_.LogErrorFlag = false;
     }
 
-    // The main window's open also selects the I2C pipe; the twins leave it as it is.
+    // The main window's open also selects the I2C pipe; an open without a view leaves it as
+    // it is.
     if (view) view->opening();
     pump_.yield();
     UsbOpen = true;
@@ -81,8 +82,7 @@ void UsbConnection::close(ConnectionView* view) {
     if (!UsbOpen || DriverHandle <= 0) return;
     driver_.resetDevice(TransferDeviceHandle, 0);
     pump_.yield();
-    CloseDriverHandle(DriverHandle);
-    pump_.yield();
+    pump_.yield();  // where the driver handle was closed; the library's stop closes it
     driver_.uninit(DriverHandle);
     pump_.yield();
     UsbOpen = false;
@@ -115,8 +115,8 @@ bool UsbConnection::DeviceAttach(UsbDeviceHandle h, const UsbDeviceInfo& d,
 }
 
 void UsbConnection::DeviceDetach(UsbDeviceHandle h, DriverContextRecord& c) {
-    if (CurrentForm != nullptr) {
-        if (Lamp* lamp = CurrentForm->attachLamp()) lamp->setColor(colors_.lightRed());
+    if (const auto form = CurrentForm.lock()) {
+        if (Lamp* lamp = form->attachLamp()) lamp->setColor(colors_.lightRed());
     }
     c.DeviceHandle = 0;
     log_.LogNote("DeviceDetach: Received detach for device handle &H" + HexText(h));

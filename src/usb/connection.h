@@ -1,9 +1,9 @@
 #pragma once
 
 // The one connection to the board that every window shares, its attach and detach handlers,
-// and the single place where a pipe transfer is made. The main window's operations and the
-// module-level twins used by the GPIO screen and script windows run the same code here; the
-// main window's flavour also paints its connection controls.
+// and the single place where a pipe transfer is made. The main window opens and closes it
+// with its connection controls as the view; the GPIO screen and script windows run the same
+// code with no view.
 
 #include <array>
 #include <chrono>
@@ -21,7 +21,7 @@
 namespace i2cbridge {
 
 // What a window paints while its own connection operations run (the main window's connection
-// area). The module-level twins run the same steps and paint nothing.
+// area). An open or close without a view runs the same steps and paints nothing.
 class ConnectionView {
 public:
     virtual ~ConnectionView() = default;
@@ -69,7 +69,7 @@ public:
     UsbDeviceHandle TransferDeviceHandle = 0;
     int32_t LastStatus = 0;
     UsbDeviceInfo DeviceInfo;
-    Form* CurrentForm = nullptr;
+    FormRef CurrentForm;  // the window whose attach lamp a detach paints
     int16_t I2CPipe = 0;
 
     // The transfer globals: the caller sets pipe and length, sizes the buffer (Redim), fills
@@ -84,21 +84,14 @@ public:
     void open(ConnectionView* view);
     void close(ConnectionView* view);
 
-    // Module-level twins: the same state, no controls.
-    void SharedOpenUsb() { open(nullptr); }
-    void SharedCloseUsb() { close(nullptr); }
-
     bool DeviceAttach(UsbDeviceHandle h, const UsbDeviceInfo& d, DriverContextRecord& c);
     void DeviceDetach(UsbDeviceHandle h, DriverContextRecord& c);
     std::string StatusText(int32_t status);
     void InitI2CPipe() { I2CPipe = 2; }
-    static void CloseDriverHandle(UsbDriverHandle) {}
 
-    // One transfer each; the main window's pair and the twins are the same operation.
+    // One transfer each, for every window.
     void writePipe() { pipeTransfer(false); }
     void readPipe() { pipeTransfer(true); }
-    void SharedWritePipe() { pipeTransfer(false); }
-    void SharedReadPipe() { pipeTransfer(true); }
 
     BoardDriver& driver() { return driver_; }
 

@@ -258,7 +258,7 @@ private slots:
         QApplication::sendEvent(&w.view, &activate);
         QCOMPARE(w.rig.wb->i2c.I2CWriteAddress, 0x3C);
         QCOMPARE(w.rig.wb->i2c.I2CReadAddress, 0x3D);
-        QCOMPARE(w.rig.wb->usb.CurrentForm, static_cast<Form*>(&w.m()));
+        QCOMPARE(w.rig.wb->usb.CurrentForm.lock().get(), static_cast<Form*>(&w.m()));
     }
 
     void fullSizeFitsEveryControlWithoutScrollBars() {

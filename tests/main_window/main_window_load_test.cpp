@@ -36,7 +36,7 @@ TEST(MainWindowLoad, WithTheBoardProbesThenSendsTheStartUpGpioState) {
                          w.txtActualWrtAddress.text(), w.txtActualReadAddress.text()),
               std::tuple(0x60, 0x61, "60", "61"));
     EXPECT_EQ(std::tuple(rig.wb->usb.UsbOpen, rig.wb->usb.ManualUsbConnect, rig.wb->usb.I2CPipe,
-                         w.cmdexit.visible(), rig.wb->usb.CurrentForm),
+                         w.cmdexit.visible(), rig.wb->usb.CurrentForm.lock().get()),
               std::tuple(false, false, 2, true, &w));
 }
 
@@ -217,7 +217,7 @@ TEST(MainWindowFocus, GainOfFocusTakesTheAddressBoxWithoutTheDisplays) {
     rig.wb->usb.CurrentForm = nullptr;
     w.txtI2CAdr.setText("1C0");
     w.Form_GotFocus();
-    EXPECT_EQ(std::tuple(rig.wb->usb.CurrentForm, rig.wb->i2c.I2CWriteAddress,
+    EXPECT_EQ(std::tuple(rig.wb->usb.CurrentForm.lock().get(), rig.wb->i2c.I2CWriteAddress,
                          rig.wb->i2c.I2CReadAddress, w.txtActualWrtAddress.text()),
               std::tuple(&w, 0xC0, 0xC1, "60"));
 }

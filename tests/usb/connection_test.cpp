@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "scripts/frm_script_ops.h"
 #include "support/connection_contract.h"
 #include "support/fakes.h"
 
@@ -21,13 +22,13 @@ TEST(WindowFreeCore, LoggingOpeningAndTransferringCreateNoWindow) {
     rig.wb->log.LogMessage("note");
     rig.wb->log.LogError("failure");
     usb.InitI2CPipe();  // the main window's load does this
-    usb.SharedOpenUsb();
+    usb.open(nullptr);
     ASSERT_TRUE(usb.UsbOpen);
     EXPECT_EQ(SingleRegisterRead(usb, rig.wb->i2c, 0x61, 0x02)[1], BoardModel::kIdentifier);
     EXPECT_EQ(GpioExchange(usb, std::vector<uint8_t>{0xFF, 0xFF}).size(), kGpioAnswerLength);
     rig.board.unplug();
     rig.pump.yield();  // the detach handler paints the current window's lamp, if there is one
-    usb.SharedCloseUsb();
+    usb.close(nullptr);
     EXPECT_NE(rig.log().find("DeviceDetach"), std::string::npos);
     EXPECT_FALSE(rig.program->hasMainWindow());
     EXPECT_FALSE(rig.program->hasGpioScreen());
@@ -85,7 +86,7 @@ TEST_F(SimulatedConnection, ClosedConnectionSendsNothingAndLeavesTheBufferAlone)
     EXPECT_TRUE(rig.sent().empty());
     EXPECT_EQ(usb.TransferBuffer, (std::vector<uint8_t>{0xEE, 0}));
     rig.wb->log.LogError("earlier failure");
-    usb.SharedWritePipe();
+    usb.writePipe();
     EXPECT_EQ(w.shpLogStatus.color(), qb::kLightRed);
 }
 
@@ -110,7 +111,7 @@ TEST_F(SimulatedConnection, TransferErrorsAreLoggedAndTheNextSuccessClearsTheFla
 TEST_F(SimulatedConnection, ShortAndEmptyRepliesLeaveTheRestZero) {
     open();
     prepare(1, {0xFF, 0xFF, 0x0F, 0x00});
-    usb.SharedWritePipe();
+    usb.writePipe();
     rig.board.injectTransferFault({0x81, usb_status::kSuccess, 2});
     EXPECT_EQ(GpioExchange(usb, std::vector<uint8_t>{0xFF, 0xFF, 0x0F, 0x00})[2], 0x00);
     EXPECT_EQ(usb.BytesTransferred, 2u);
@@ -145,23 +146,28 @@ TEST_F(SimulatedConnection, WriteYieldsBeforeItsTransferAndReadDoesNot) {
     EXPECT_EQ(rig.pump.yields, yields);
 }
 
-TEST_F(SimulatedConnection, SharedTwinsAndDetachWithoutCurrentWindowPaintNothing) {
+// The current window may be closed before the board goes away: the detach then paints nothing
+// and reads no freed window (it once did, and crashed).
+TEST_F(SimulatedConnection, SharedTwinsAndDetachAfterTheCurrentWindowClosedPaintNothing) {
     w.ChKManUsbConn.setChecked(false);
     w.ChKManUsbConn_Click();
     const int lamp1 = w.shpUSBCon[1].color();
     const std::string handleText = w.txthDriver.text();
     usb.I2CPipe = 0;
-    usb.SharedOpenUsb();
+    usb.open(nullptr);
     EXPECT_TRUE(usb.UsbOpen);
     EXPECT_EQ(usb.I2CPipe, 0);
     EXPECT_EQ(w.txthDriver.text(), handleText);
-    usb.CurrentForm = nullptr;
+    auto script = rig.program->newScriptWindow();
+    script->Form_Load();  // the file dialog is cancelled; the script window is current now
+    rig.program->closeScriptWindow(*script);
+    script.reset();
     w.ShpAttach.setColor(qb::kBlack);
     rig.board.unplug();
     rig.pump.yield();
     EXPECT_EQ(w.ShpAttach.color(), qb::kBlack);
     EXPECT_EQ(usb.DriverContext.DeviceHandle, 0u);
-    usb.SharedCloseUsb();
+    usb.close(nullptr);
     EXPECT_FALSE(usb.UsbOpen);
     EXPECT_EQ(w.shpUSBCon[1].color(), lamp1);
 }
