@@ -60,13 +60,15 @@ void FrmScriptOps::Form_Load() {
     wb_.usb.CurrentForm = this;
     ScriptRunning = false;
 
+    // The grid exists before the first yield: a click on Open that lands in it loads a script
+    // into the grid at once, and the rows it loads stay.
+    vbalGrid1.setColumns({std::begin(kColumns), std::end(kColumns)});
+    vbalGrid1.resetRows(kEmptyGridRows);
+
     txtI2CAdr.setText(wb_.mainWindow().txtI2CAdr.text());
     wb_.pump.yield();
     wb_.i2c.setAddress(HexToInt(txtI2CAdr.text()));
     txtRunning.setText("1");
-
-    vbalGrid1.setColumns({std::begin(kColumns), std::end(kColumns)});
-    vbalGrid1.resetRows(kEmptyGridRows);
     ReadScriptFile();
 }
 

@@ -75,6 +75,20 @@ TEST_F(Loading, BeforeAFileIsChosenTheGridHas24EmptyRowsAndTheRunFrameIsHidden) 
     EXPECT_NE(rig.log().find("No Script File Opened yet, use File Menu"), std::string::npos);
 }
 
+// A click on Open that lands in the start-up's yield, before the start-up asks for a file.
+TEST_F(Loading, AnOpenClickedWhileTheWindowStartsLoadsIntoItsGrid) {
+    rig.main();
+    auto w = rig.program->newScriptWindow();
+    const std::string path = dir.file("early.txt");
+    WriteBytes(path, "02,,5A\r\n");
+    rig.pump.atYield(1, [&] {
+        rig.dialogs.openChoices.push_back(path);
+        w->mnuScript_Read_Click();
+    });
+    w->Form_Load();  // its own dialog is cancelled
+    EXPECT_EQ(cell(*w, 1, kColRegAdr) + " " + cell(*w, 1, kColDataRd), "02 5A");
+}
+
 TEST_F(Loading, GridShowsEveryLineWithCaptionsCountsAndWidths) {
     std::vector<std::string> captions;
     rig.main();
