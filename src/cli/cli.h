@@ -95,7 +95,6 @@ private:
     Workbench wb_;
     Program program_;
     ConnectionBracket bracket_{wb_.usb, wb_.pump};
-    std::FILE* log_ = nullptr;
     std::unique_ptr<TransferTrace> trace_;
     std::string setupError_;
 };

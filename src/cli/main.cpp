@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "cli/cli.h"
 #include "foundation/display_text.h"
@@ -202,18 +203,17 @@ Session::Session(const Options& o)
     // Every entry goes to the log file or stderr as it is written; nothing reads it back.
     wb_.log.Txtlog.setRetain(false);
     if (!o.logFile.empty()) {
-        log_ = std::fopen(o.logFile.c_str(), "ab");
-        if (!log_) {
-            setupError_ = "cannot write the log to " + o.logFile + ": " + std::strerror(errno);
+        if (auto why = wb_.log.streamTo(o.logFile)) {
+            setupError_ = "cannot write the log to " + o.logFile + ": " + *why;
             return;
         }
-        std::FILE* file = log_;
-        wb_.log.Txtlog.onAppend = [file](std::string_view text) {
-            std::fwrite(text.data(), 1, text.size(), file);
-            std::fflush(file);
-        };
     }
-    if (o.verbose) wb_.log.onEntry = PrintLogEntry;
+    // Every entry with --verbose; otherwise the failures alone, which always reach stderr.
+    if (o.verbose) {
+        wb_.log.onEntry = PrintLogEntry;
+    } else {
+        wb_.log.onError = PrintLogEntry;
+    }
     if (!o.traceFile.empty()) {
         std::string why;
         trace_ = TransferTrace::Start(wb_.usb, o.traceFile, why);
@@ -223,12 +223,16 @@ Session::Session(const Options& o)
 
 Session::~Session() {
     trace_.reset();
-    wb_.log.Txtlog.onAppend = nullptr;
-    if (log_) std::fclose(log_);
+    wb_.log.onEntry = nullptr;
+    wb_.log.onError = nullptr;
 }
 
 bool Session::open() {
+    // A board that cannot be opened is told below, with what to try; the open's own failures
+    // (the device lookup) would only say the same thing less clearly.
+    auto onError = std::exchange(wb_.log.onError, nullptr);
     bracket_.open();
+    wb_.log.onError = std::move(onError);
     if (wb_.usb.DriverContext.DeviceHandle != 0) return true;
     bracket_.close();
     char ids[64];

@@ -91,6 +91,7 @@ void ProgramLog::LogError(std::string_view text) {
     LogErrorFlag = true;
     shpLogStatus.setColor(colors_.lightRed());
     append(text, kCrLf);
+    if (onError) onError(text);
 }
 
 void ProgramLog::LogNote(std::string_view text) {

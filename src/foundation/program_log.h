@@ -48,6 +48,9 @@ public:
     // without a message (only a time stamp) is not told, so that it does not hide the failure
     // before it.
     std::function<void(std::string_view text)> onEntry;
+    // Told the text of each LogError entry: a front end that shows no log (the command line
+    // without --verbose) still reports failures.
+    std::function<void(std::string_view text)> onError;
 
     void LogMessage(std::string_view text, std::string_view suffix = kCrLf);
     void LogError(std::string_view text);
