@@ -2,10 +2,8 @@
 // the window's Run All Steps and Loop Cont do and reports every compared row, as text, JSON or
 // a JUnit file. A run is green only when every row ran and every transfer was acknowledged.
 
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -36,11 +34,6 @@ double Seconds(Clock::duration d) {
 
 // The whole file, or the system's reason why not (a folder is not a script).
 std::optional<std::string> ReadScriptFile(const std::string& path, std::string& why) {
-    struct stat info {};
-    if (::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-        why = std::strerror(EISDIR);
-        return std::nullopt;
-    }
     std::string bytes;
     if (!ReadWholeFile(path, bytes, why)) return std::nullopt;
     return bytes;
@@ -52,13 +45,6 @@ std::string FileName(const std::string& path) {
 }
 
 // A "_DL" record that a `S step wrote ("a1_DL.txt"), by its name.
-bool IsRecordFile(const std::string& path) {
-    const std::string name = FileName(path);
-    const auto dot = name.rfind('.');
-    const std::string stem = dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
-    return stem.size() > 3 && stem.compare(stem.size() - 3, 3, "_DL") == 0;
-}
-
 std::string Xml(std::string_view bytes) {
     std::string out;
     for (const char c : Utf8(bytes)) {
@@ -411,7 +397,7 @@ int Run(const Options& o) {
     std::vector<std::string> scripts;
     for (auto word = o.words.begin() + 1; word != o.words.end(); ++word) {
         // A wildcard of several files also matches the records of earlier runs.
-        if (o.words.size() > 2 && IsRecordFile(*word)) {
+        if (o.words.size() > 2 && IsDataLogPath(*word)) {
             if (!o.quiet) Complain("not running " + *word + ": a record of an earlier run");
             continue;
         }

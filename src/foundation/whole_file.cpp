@@ -20,11 +20,9 @@ bool ReadWholeFile(const std::string& path, std::string& bytes, std::string* why
                    std::size_t atMost) {
     if (path.empty()) return Fail(why, "no file name was given", ENOENT);
     std::error_code ec;
-    if (std::filesystem::is_directory(path, ec)) {
-        if (why) *why = "it is a folder";
-        errno = EISDIR;
-        return false;
-    }
+    // A folder opens as a file on some systems and reads as nothing: it gets the system's own
+    // reason, as every other file that cannot be read does.
+    if (std::filesystem::is_directory(path, ec)) return Fail(why, "", EISDIR);
     errno = 0;
     std::FILE* file = std::fopen(path.c_str(), "rb");
     if (!file) return Fail(why, "the system gave no reason", errno);

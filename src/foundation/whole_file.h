@@ -11,7 +11,7 @@ namespace i2cbridge {
 
 // Puts the file's bytes (the first `atMost` of them) into `bytes` and returns true; otherwise
 // returns false, leaves `bytes` alone and, when `why` is given, says why (a text for the log,
-// without the path: "No such file or directory", "it is a folder"). errno keeps the system's
+// without the path: "No such file or directory", "Is a directory"). errno keeps the system's
 // error of a failed open or read.
 bool ReadWholeFile(const std::string& path, std::string& bytes, std::string* why = nullptr,
                    std::size_t atMost = std::numeric_limits<std::size_t>::max());

@@ -45,7 +45,7 @@ TEST(ReadWholeFile, GivesTheBytesOrWhyNot) {
         {"first five", dir.file("f"), 5, true, bytes.substr(0, 5), 0},
         {"missing", dir.file("gone"), std::string::npos, false, "No such file or directory",
          ENOENT},
-        {"folder", dir.path().string(), std::string::npos, false, "it is a folder", EISDIR},
+        {"folder", dir.path().string(), std::string::npos, false, "Is a directory", EISDIR},
         {"no name", "", std::string::npos, false, "No such file or directory", ENOENT},
         {"read error", "/proc/self/mem", std::string::npos, false, "Input/output error", EIO},
     };

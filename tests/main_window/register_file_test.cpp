@@ -191,7 +191,7 @@ TEST_F(RegisterFileTest, UnreadableFilesAreLoggedAndChangeNoBox) {
         std::string why;
     } cases[] = {
         {"missing", dir.file("gone.qrl"), "could not be read: No such file or directory"},
-        {"folder", dir.path().string(), "could not be read: it is a folder"},
+        {"folder", dir.path().string(), "could not be read: Is a directory"},
         // This file opens, but every read of it fails.
         {"read error", "/proc/self/mem", "could not be read: Input/output error"},
     };

@@ -122,7 +122,7 @@ TEST_F(Loading, GridShowsEveryLineWithCaptionsCountsAndWidths) {
 TEST_F(Loading, AFileThatCannotBeReadIsReportedAndTheRowsShownStay) {
     const std::pair<std::string, std::string> cases[] = {
         {"missing.txt", "No such file or directory"},
-        {"folder", "it is a folder"},  // opens as a file, reads as nothing
+        {"folder", "Is a directory"},  // opens as a file, reads as nothing
     };
     std::filesystem::create_directory(dir.file("folder"));
     for (const auto& [name, reason] : cases) {
