@@ -1,6 +1,7 @@
 # Installing for a desktop, and the Debian package built from that install (cpack, DEB).
 # `make package` configures build-pkg with this and runs cpack; the programs, the udev rule,
-# the desktop entry, the icon and the manual pages are all the package holds.
+# the desktop entry, the icon, the manual pages, the copyright file and the changelog are all
+# the package holds.
 
 include(GNUInstallDirs)
 
@@ -37,13 +38,45 @@ foreach(page ${I2CB_MAN_PAGES})
 endforeach()
 add_custom_target(i2cbridge_man ALL DEPENDS ${I2CB_MAN_OUTPUTS})
 
-# The package.
-set(I2CB_MAINTAINER "i2cbridge developers <i2cbridge-dev@example.org>"
-    CACHE STRING "Maintainer line of the Debian package")
+# The copyright file (machine-readable, the licence in LICENSE) and the package's changelog,
+# where Debian looks for them. The package version is the project's with a Debian revision, so
+# its changelog is changelog.Debian.gz; its newest entry must be for this version, which makes
+# a version bump without an entry stop here rather than ship a changelog that lags behind.
+set(I2CB_DEBIAN_REVISION 1)
+set(I2CB_PACKAGE_VERSION ${PROJECT_VERSION}-${I2CB_DEBIAN_REVISION})
+install(FILES ${I2CB_PACKAGING_DIR}/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
+file(STRINGS ${I2CB_PACKAGING_DIR}/debian/changelog I2CB_CHANGELOG_TOP LIMIT_COUNT 1)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+             ${I2CB_PACKAGING_DIR}/debian/changelog)
+string(REGEX MATCH "^i2cbridge \\(([^)]*)\\) " I2CB_CHANGELOG_ENTRY "${I2CB_CHANGELOG_TOP}")
+if(NOT CMAKE_MATCH_1 STREQUAL I2CB_PACKAGE_VERSION)
+  message(FATAL_ERROR "packaging/debian/changelog: the newest entry is for \"${CMAKE_MATCH_1}\", "
+                      "not for this version, ${I2CB_PACKAGE_VERSION}: add an entry for it")
+endif()
+set(I2CB_CHANGELOG_GZ ${PROJECT_BINARY_DIR}/changelog.Debian.gz)
+add_custom_command(OUTPUT ${I2CB_CHANGELOG_GZ}
+                   COMMAND ${I2CB_GZIP} -9 -n -c ${I2CB_PACKAGING_DIR}/debian/changelog
+                           > ${I2CB_CHANGELOG_GZ}
+                   DEPENDS ${I2CB_PACKAGING_DIR}/debian/changelog
+                   COMMENT "Compressing the package's changelog")
+add_custom_target(i2cbridge_changelog ALL DEPENDS ${I2CB_CHANGELOG_GZ})
+install(FILES ${I2CB_CHANGELOG_GZ} DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# The package. The maintainer is the project itself, as in LICENSE; it has no mailbox, and the
+# .invalid domain (reserved never to exist) says so instead of pretending to an address. Whoever
+# publishes the package sets their own: -DI2CB_MAINTAINER="Name <address>".
+set(I2CB_MAINTAINER_DEFAULT "The i2cbridge developers <developers@i2cbridge.invalid>")
+set(I2CB_MAINTAINER "${I2CB_MAINTAINER_DEFAULT}" CACHE STRING "Maintainer line of the Debian package")
+# A build folder configured before keeps the example.org address it was given then.
+if(I2CB_MAINTAINER STREQUAL "i2cbridge developers <i2cbridge-dev@example.org>")
+  set(I2CB_MAINTAINER "${I2CB_MAINTAINER_DEFAULT}" CACHE STRING
+      "Maintainer line of the Debian package" FORCE)
+endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME i2cbridge)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${I2CB_DEBIAN_REVISION})
 set(CPACK_PACKAGE_VENDOR "i2cbridge developers")
 set(CPACK_PACKAGE_CONTACT "${I2CB_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -68,7 +101,8 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # The shared libraries' packages, from dpkg-shlibdeps (dpkg-dev).
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
-    ${I2CB_PACKAGING_DIR}/debian/postinst ${I2CB_PACKAGING_DIR}/debian/postrm)
+    ${I2CB_PACKAGING_DIR}/debian/postinst ${I2CB_PACKAGING_DIR}/debian/prerm
+    ${I2CB_PACKAGING_DIR}/debian/postrm)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 include(CPack)
