@@ -77,7 +77,7 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME i2cbridge)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${I2CB_DEBIAN_REVISION})
-set(CPACK_PACKAGE_VENDOR "i2cbridge developers")
+set(CPACK_PACKAGE_VENDOR "The i2cbridge developers")
 set(CPACK_PACKAGE_CONTACT "${I2CB_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
@@ -94,6 +94,32 @@ program i2cbridge-cli for test stations and CI jobs (with JUnit reports and
 usbmon traces), and a udev rule that lets the user at the seat open the
 board without root. Both programs have a built-in simulated board
 (--simulate) to try them without hardware.")
+# The Python module: dpkg-shlibdeps finds no interpreter in the extension (Debian's extensions
+# do not link libpython), so the package depends on the one Python version the extension was
+# built for, as dh_python3 would write it; pytest is only needed for the pytest plugin.
+if(I2CB_PYTHON)
+  if(NOT DEFINED Python_VERSION_MAJOR OR NOT DEFINED Python_VERSION_MINOR)
+    set(interpreter /usr/bin/python3)
+    if(DEFINED Python_EXECUTABLE)
+      set(interpreter ${Python_EXECUTABLE})
+    endif()
+    execute_process(COMMAND ${interpreter} -c "import sys; print(*sys.version_info[:2])"
+                    OUTPUT_VARIABLE version OUTPUT_STRIP_TRAILING_WHITESPACE
+                    COMMAND_ERROR_IS_FATAL ANY)
+    separate_arguments(version)
+    list(GET version 0 Python_VERSION_MAJOR)
+    list(GET version 1 Python_VERSION_MINOR)
+  endif()
+  math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}~), \
+python3 (<< ${Python_VERSION_MAJOR}.${next_minor})")
+  set(CPACK_DEBIAN_PACKAGE_SUGGESTS python3-pytest)
+  string(APPEND CPACK_DEBIAN_PACKAGE_DESCRIPTION "
+.
+The Python 3 module i2cbridge drives the same board from Python and
+pytest (a board fixture from its pytest plugin), with an SMBus class that
+keeps the interface of smbus2, so drivers written for it run unchanged.")
+endif()
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${I2CB_MAINTAINER}")
 set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
