@@ -110,6 +110,16 @@ std::string ScriptCase::name() const {
     return pass == "1" ? text : "pass " + pass + " " + text;
 }
 
+std::string CaseLine(const ScriptCase& c) {
+    std::string text = c.line + " " + c.address + " " + (c.reg.empty() ? "-" : c.reg) + " " +
+                       (c.expected.empty() ? "-" : c.expected) + " " +
+                       (c.actual.empty() ? "-" : c.actual) + " " + CaseStatusText(c.status);
+    if (c.status != CaseStatus::Pass && c.why.rfind("expected ", 0) != 0) {
+        text += " (" + c.why + ")";
+    }
+    return text;
+}
+
 int ScriptSuite::count(CaseStatus s) const {
     return static_cast<int>(std::count_if(cases.begin(), cases.end(),
                                           [s](const ScriptCase& c) { return c.status == s; }));

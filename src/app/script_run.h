@@ -32,6 +32,10 @@ struct ScriptCase {
     std::string name() const;
 };
 
+// The case as one line: "009 60 12 FF FF PASS", with why it did not pass when that is not
+// the compare itself: "011 60 02 5A - FAIL (read 0 of 1 bytes)".
+std::string CaseLine(const ScriptCase& c);
+
 struct ScriptSuite {
     std::string path;
     std::vector<ScriptCase> cases;

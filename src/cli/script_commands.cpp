@@ -204,13 +204,7 @@ private:
 };
 
 void PrintCase(const Case& c, const std::string& script) {
-    std::printf("%s%s %s %s %s %s %s%s\n", script.empty() ? "" : (script + ": ").c_str(),
-                c.line.c_str(), c.address.c_str(), c.reg.empty() ? "-" : c.reg.c_str(),
-                c.expected.empty() ? "-" : c.expected.c_str(),
-                c.actual.empty() ? "-" : c.actual.c_str(), CaseStatusText(c.status),
-                c.status != Status::Pass && c.why.rfind("expected ", 0) != 0
-                    ? (" (" + c.why + ")").c_str()
-                    : "");
+    std::printf("%s%s\n", script.empty() ? "" : (script + ": ").c_str(), CaseLine(c).c_str());
 }
 
 // The lines the reader could not read cleanly, on stderr.
