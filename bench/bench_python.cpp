@@ -74,6 +74,9 @@ void BM_CoreRun1000Rows(benchmark::State& state) {
     ScriptRunRequest request;
     request.path = ReadScript(dir);
     Session session(Simulated());
+    // As the command line starts: the board opened once (is it there?) and closed again.
+    session.open();
+    session.close();
     for (auto _ : state) {
         const ScriptRun run = RunScript(session, request);
         if (run.suite.count(CaseStatus::Pass) != 1000) state.SkipWithError("rows failed");

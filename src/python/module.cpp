@@ -306,6 +306,13 @@ public:
         withBoard([&](Session& s) { s.stopTrace(); });
     }
 
+    // Pulls the built-in board's plug, as a user would pull the cable, for tests.
+    void unplug() {
+        withBoard([&](Session& s) {
+            if (s.simulated()) s.simulated()->unplug();
+        });
+    }
+
     // The built-in board's latency per transfer in microseconds (0: none), for measurements.
     void setLatency(int microseconds) {
         withBoard([&](Session& s) {
@@ -600,5 +607,6 @@ Abort does, and raises KeyboardInterrupt with the records whole.
             "Traces the transfers of a with block into a file: text, or usbmon capture for a "
             "name ending in .pcap.\n\n"
             "    with board.trace('bringup.pcap'):\n        board.scan()")
-        .def("_set_latency", &Board::setLatency, py::arg("microseconds"));
+        .def("_set_latency", &Board::setLatency, py::arg("microseconds"))
+        .def("_unplug", &Board::unplug);
 }

@@ -63,6 +63,11 @@ def test_no_board_and_closed_board(board):
         board.scan()
     board.open()
     assert board.scan() == [0x20, 0x30, 0x50]
+    board._unplug()  # the cable pulled between two calls
+    with pytest.raises(i2cbridge.NoBoardError):
+        board.read(0x30, 0x02)
+    board.open()
+    assert board.read(0x30, 0x02) == b"Z"
 
 
 def test_transfers_and_gpio(board, tmp_path):
