@@ -1,6 +1,7 @@
-import errno, inspect, os, signal, subprocess, sys, threading, time
+import errno, inspect, os, signal, subprocess, sys, time
 
 import pytest
+from concurrent.futures import ThreadPoolExecutor
 import smbus2
 
 import i2cbridge
@@ -108,13 +109,13 @@ def test_script_run_rows_and_log(board, caplog):
 
 
 def test_a_second_thread_waits_for_the_first(board):
-    def hammer(register, value):
-        for _ in range(200):
-            board.write(0x30, register, bytes([value]))
-            assert board.read(0x30, register) == bytes([value])
-    threads = [threading.Thread(target=hammer, args=(0x20 + i, i)) for i in range(3)]
-    [t.start() for t in threads]
-    [t.join() for t in threads]
+    board._set_latency(500)  # transfers that last, so that the threads' calls overlap
+    def hammer(i):
+        for _ in range(30):
+            board.write(0x30, 0x20 + i, bytes([i]))
+            assert board.read(0x30, 0x20 + i) == bytes([i])
+    with ThreadPoolExecutor(3) as pool:
+        list(pool.map(hammer, range(3)))  # a thread's failure is raised here
 
 
 def test_ctrl_c_stops_a_run_after_its_row(tmp_path):
