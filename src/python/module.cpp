@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -174,7 +175,7 @@ public:
         if (regBytes.size() > kMaxFrameBytes - 2)
             throw py::value_error("register too long for a frame");
         Reply reply;
-        withBoard([&](Session& s) {
+        withHeld([&](Session& s) {
             reply = ReadRegisterBytes(s.wb().usb, s.wb().i2c, writeAddress, regBytes, count);
         });
         checkReply(reply.error());
@@ -199,7 +200,7 @@ public:
                                   " bytes, more than a frame's 255");
         }
         Reply reply;
-        withBoard([&](Session& s) {
+        withHeld([&](Session& s) {
             reply = I2CExchange(
                 s.wb().usb,
                 RegisterWriteRequest(static_cast<uint8_t>(regBytes.size() + dataBytes.size()),
@@ -219,7 +220,7 @@ public:
 
     std::vector<int> scan() {
         BusScan scan;
-        withBoard([&](Session& s) { scan = ScanBus(s.wb().usb, s.wb().i2c); });
+        withHeld([&](Session& s) { scan = ScanBus(s.wb().usb, s.wb().i2c); });
         checkReply(scan.error);
         std::vector<int> found;
         for (const uint8_t a : scan.found) found.push_back(a >> 1);
@@ -264,10 +265,16 @@ public:
         request.stop = &stop;
         request.stopWhy = [] { return std::string("stopped by KeyboardInterrupt"); };
         // Ctrl-C is seen between rows: the run stops after the current one, as Abort does,
-        // and the interrupt is raised once the files are whole.
+        // and the interrupt is raised once the files are whole. The interpreter is asked at
+        // most every 2 ms (a row on a real board takes longer), so that a fast run of the
+        // built-in board does not pay for the lock at every row.
         PyObject *type = nullptr, *error = nullptr, *trace = nullptr;
+        auto lastCheck = std::chrono::steady_clock::now();
         request.onRow = [&](int, int, int) {
             if (stop.load()) return;
+            const auto now = std::chrono::steady_clock::now();
+            if (now - lastCheck < std::chrono::milliseconds(2)) return;
+            lastCheck = now;
             py::gil_scoped_acquire acquire;
             flushLogHeld();
             if (PyErr_CheckSignals() != 0) {
@@ -340,20 +347,33 @@ private:
             RaiseOsError(gNoBoardError, ENODEV, "the board is closed; open() opens it again");
     }
 
+    // Transfers of the module's own (read, write, scan) run on the held connection, taken
+    // again when a window's work let it go.
+    template <typename Work>
+    void withHeld(Work&& work) {
+        bool held = true;
+        withBoard([&](Session& s) {
+            if (!s.wb().usb.ManualUsbConnect) {
+                held = s.open();
+                s.wb().usb.ManualUsbConnect = held;
+            }
+            if (held) work(s);
+        });
+        if (!held) checkReply(CoreError::NoBoard);
+    }
+
     // Work of the windows (a script run, the GPIO screen), which open and close the board
-    // themselves as the command line's do: the held connection is let go for it and taken
-    // again after it.
+    // themselves as the command line's do: the held connection is let go for it, and taken
+    // again by the next transfer of the module's own.
     template <typename Work>
     void withWindows(Work&& work) {
-        bool reopened = true;
         withBoard([&](Session& s) {
-            s.wb().usb.ManualUsbConnect = false;
-            s.close();
+            if (s.wb().usb.ManualUsbConnect) {
+                s.wb().usb.ManualUsbConnect = false;
+                s.close();
+            }
             work(s);
-            reopened = s.open();
-            s.wb().usb.ManualUsbConnect = reopened;
         });
-        if (!reopened) checkReply(CoreError::NoBoard);
     }
 
     // A transfer that did not reach the board: the board went away (or its driver failed).
@@ -373,8 +393,10 @@ private:
 
     void closeLocked() {
         if (!session_) return;
-        session_->wb().usb.ManualUsbConnect = false;
-        session_->close();
+        if (session_->wb().usb.ManualUsbConnect) {
+            session_->wb().usb.ManualUsbConnect = false;
+            session_->close();
+        }
         session_.reset();
     }
 
