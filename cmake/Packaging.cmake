@@ -96,20 +96,9 @@ board without root. Both programs have a built-in simulated board
 (--simulate) to try them without hardware.")
 # The Python module: dpkg-shlibdeps finds no interpreter in the extension (Debian's extensions
 # do not link libpython), so the package depends on the one Python version the extension was
-# built for, as dh_python3 would write it; pytest is only needed for the pytest plugin.
+# built for (found at the top, before this file), as dh_python3 would write it; pytest is only
+# needed for the pytest plugin.
 if(I2CB_PYTHON)
-  if(NOT DEFINED Python_VERSION_MAJOR OR NOT DEFINED Python_VERSION_MINOR)
-    set(interpreter /usr/bin/python3)
-    if(DEFINED Python_EXECUTABLE)
-      set(interpreter ${Python_EXECUTABLE})
-    endif()
-    execute_process(COMMAND ${interpreter} -c "import sys; print(*sys.version_info[:2])"
-                    OUTPUT_VARIABLE version OUTPUT_STRIP_TRAILING_WHITESPACE
-                    COMMAND_ERROR_IS_FATAL ANY)
-    separate_arguments(version)
-    list(GET version 0 Python_VERSION_MAJOR)
-    list(GET version 1 Python_VERSION_MINOR)
-  endif()
   math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}~), \
 python3 (<< ${Python_VERSION_MAJOR}.${next_minor})")
