@@ -36,6 +36,9 @@ TEST_F(ProgramLogTest, EntryIsTextStampAndTheSuffixTwice) {
               "x :03-04-2027 07:08:09\r\n\r\n"
               " :12-31-2026 23:59:58\r\n\r\n"
               "Setting up\r\n :12-31-2026 23:59:58\r\n\r\n");
+    // The helper every other test reads the log through drops exactly the stamps and line ends.
+    EXPECT_EQ(testing::Messages(text() + "cut sh"),
+              (std::vector<std::string>{"Already Opened", "x", "", "Setting up\r\n", "cut sh"}));
 
     LogBox box;
     AppendLogLine(box, "a", "|", false, clock.now());
