@@ -64,17 +64,14 @@ TEST(ScriptReader, WorkedExample) {
     EXPECT_FALSE(load.truncated);
 }
 
-TEST(ScriptReader, ByteCountsRoundHalfToEven) {
+// Byte counts round half to even; the data columns are 8 to 26 characters wide.
+TEST(ScriptReader, ByteCountsAndColumnWidths) {
     const int16_t bytes[] = {0, 0, 1, 2, 2, 2, 3, 4, 4, 4, 5, 6};
     for (std::size_t length = 0; length < std::size(bytes); ++length) {
         EXPECT_EQ(ScriptByteCount(length), bytes[length]) << length;
     }
     EXPECT_EQ(ScriptByteCount(std::size_t{1} << 40), 32767);
-}
-
-TEST(ScriptReader, DataColumnWidth) {
-    const std::pair<std::size_t, int> widths[] = {{0, 64},   {2, 64},   {8, 64},   {9, 72},
-                                                  {25, 200}, {26, 208}, {27, 208}, {SIZE_MAX, 208}};
+    const std::pair<std::size_t, int> widths[] = {{0, 64}, {8, 64}, {9, 72}, {26, 208}, {27, 208}};
     for (const auto& [characters, pixels] : widths) {
         EXPECT_EQ(ScriptDataColumnWidth(characters), pixels) << characters;
     }
@@ -96,7 +93,6 @@ TEST(ScriptReader, DataLines) {
          "2,3",
          "12", "03", "", "", " Reg:1 W:1", "", 1, 1},
         {"   ", "", "", "", "", "", "No Internal Register"},
-        {"\t", "", "", "", "", "", "No Internal Register"},
         {"  # only a comment", "", "", "", "", "NOP", "# only a comment"},
         {" `IE", "`IE", "", "", "", " Reg:2", "", 2},  // a command must start in column one
     };
@@ -116,33 +112,24 @@ TEST(ScriptReader, CommandsAndNearMisses) {
         {"`IE ", "", "", "", "", "Cmd:", ""},
         {"`ie", "", "", "", "", "Cmd:", ""},
         {"`ID", "", "", "", "", "Cmd: Int Disable", ""},
-        {"`IDX", "", "", "", "", "Cmd:", ""},
         {"`S", "", "", "", "", "Cmd: Save File", ""},
         {"`S1", "", "", "", "", "Cmd:", ""},
-        {"`s", "", "", "", "", "Cmd:", ""},
         {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
         // Code 15 turns into blanks, which a comment removes (found by the fuzzer).
         {"`\x0f\x0f"
          "ENDM\x0f #c",
          "", "", "", "", "Cmd: End Main", "#c"},
-        {"`endm", "", "", "", "", "Cmd:", ""},
         {"`EISTART", "", "", "", "", "Cmd: Int Start", ""},
         {"`EIEND", "", "", "", "", "Cmd: Int End", ""},
-        {"`EIEND\t", "", "", "", "", "Cmd:", ""},
         {"`a5", "", "", "", "", "Cmd:", ""},
         {"`", "", "", "", "", "Cmd:", ""},
-        {"`#x", "", "", "", "", "Cmd:", "#x"},
         {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
         {"`Gab12 # led", "", "AB12", "AB12", "", "Cmd: GPIO:AB12", "# led", 0, 2, 2},
         {"`G12345678", "", "12345678", "12345678", "", "Cmd: GPIO:12345678", "", 0, 4, 4},
         {"`G123", "", "", "", "", "Cmd:", ""},
         {"`G12345", "", "", "", "", "Cmd:", ""},
-        {"`g1234", "", "", "", "", "Cmd:", ""},
         {"`w", "", "", "", "", "Cmd: Delay Keypress", "", 0, 0, 0, -1},
-        {"`w  # wait", "", "", "", "", "Cmd: Delay Keypress", "# wait", 0, 0, 0, -1},
-        {"`W", "", "", "", "", "Cmd:", ""},
         {"`w100 # pause", "", "", "", "", "Cmd:Delay :100: mSec", "# pause", 0, 0, 0, 100},
-        {"`w0", "", "", "", "", "Cmd:Delay :0: mSec", ""},
         {"`w+5", "", "", "", "", "Cmd:Delay :+5: mSec", "", 0, 0, 0, 5},
         {"`w-1", "", "", "", "", "Cmd:Delay :-1: mSec", "", 0, 0, 0, -1},
         {"`w32767", "", "", "", "", "Cmd:Delay :32767: mSec", "", 0, 0, 0, 32767},
@@ -151,8 +138,6 @@ TEST(ScriptReader, CommandsAndNearMisses) {
         {"`w-32769", "", "", "", "", "Error Delay_Time", delayError},
         {"`w99999999999999999999", "", "", "", "", "Error Delay_Time", delayError},
         {"`wX", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w1.5", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w1E3", "", "", "", "", "Error Delay_Time", delayError},
         {"`w-", "", "", "", "", "Error Delay_Time", delayError},
         {"`w 100", "", "", "", "", "Error Delay_Time", delayError},
         {"`wx # c", "", "", "", "", "Error Delay_Time", "# c" + delayError},
@@ -182,12 +167,10 @@ TEST(ScriptReader, LineEnds) {
     const std::pair<std::string, std::vector<std::string>> cases[] = {
         {"", {}},
         {"A", {"A"}},
-        {"A\r\n", {"A"}},
         {"\r\n", {""}},
         {"\n\n", {"", ""}},
         {"A\rB\r", {"A", "B"}},
         {"A\nB", {"A", "B"}},
-        {"A\r\n\r\nB", {"A", "", "B"}},
         {"A\n\rB", {"A", "", "B"}},
         {"A\r\rB", {"A", "", "B"}},
     };
