@@ -11,17 +11,21 @@
 namespace i2cbridge::testing {
 namespace {
 
+// The faults: the board goes before the row's first request, or once that request is out;
+// every reply of the row times out, fails on the bus, arrives empty, or brings its first byte
+// only; the row's device refuses its address, or takes one byte after it and refuses the rest;
+// the board comes back while another program holds its interface.
 enum class Kind { Write, Read, WriteRead, Gpio, Interrupt };
 enum class Fault {
-    UnplugBefore,      // the board goes before the row's first request
-    UnplugBetween,     // the board goes once the row's first request is out
-    Timeout,           // every reply of the row times out
-    TransferError,     // every reply of the row fails on the bus
-    EmptyReply,        // every reply of the row arrives empty
-    ShortReply,        // only the first byte of every reply arrives
-    NakAddress,        // the row's device refuses its address
-    NakAfterData,      // the row's device takes one byte after the address and refuses the rest
-    RefusedInterface,  // the board comes back while another program holds its interface
+    UnplugBefore,
+    UnplugBetween,
+    Timeout,
+    TransferError,
+    EmptyReply,
+    ShortReply,
+    NakAddress,
+    NakAfterData,
+    RefusedInterface
 };
 const char* const kKindNames[] = {"Write", "Read", "WriteRead", "Gpio", "Interrupt"};
 const char* const kFaultNames[] = {"UnplugBefore",  "UnplugBetween", "Timeout",
@@ -137,15 +141,10 @@ using Case = std::tuple<Kind, Fault>;
 
 std::vector<Case> Cases() {
     std::vector<Case> out;
-    for (int k = 0; k < static_cast<int>(std::size(kKindNames)); ++k) {
-        for (int f = 0; f < static_cast<int>(std::size(kFaultNames)); ++f) {
-            // A GPIO row talks to the board alone: no device can refuse it.
-            if (k == int(Kind::Gpio) &&
-                (f == int(Fault::NakAddress) || f == int(Fault::NakAfterData)))
-                continue;
-            out.emplace_back(static_cast<Kind>(k), static_cast<Fault>(f));
-        }
-    }
+    for (int k = 0; k < int(std::size(kKindNames)); ++k)
+        for (int f = 0; f < int(std::size(kFaultNames)); ++f)  // no device refuses a GPIO row
+            if (k != int(Kind::Gpio) || f < int(Fault::NakAddress) || f > int(Fault::NakAfterData))
+                out.emplace_back(Kind(k), Fault(f));
     return out;
 }
 
@@ -170,15 +169,15 @@ TEST_P(FaultMatrix, TheRunEndsCountsWhatTheRowGotAndKeepsTheFilesWhole) {
     auto reenumerate = [&] { board.unplug(), board.plug(); };
     std::optional<RowOutcome> outcome;
     w.onRowDone = [&](const RowOutcome& r) {
-        if (r.row == e.target) outcome = r;
+        if (r.row != e.target) return;
+        outcome = r;
+        if (fault == Fault::UnplugBefore || fault == Fault::RefusedInterface)
+            injected += rig.log().find("WritePipe: WDU_GetDeviceInfo() failed", rowLogStart) !=
+                        std::string::npos;
     };
     w.onRowStarted = [&](int row) {
         if (inRow && row != e.target) {  // the row is over: a healthy board again
             inRow = false;
-            const std::string rowLog = rig.log().substr(rowLogStart);
-            if (fault == Fault::UnplugBefore || fault == Fault::RefusedInterface)
-                injected +=
-                    rowLog.find("WritePipe: WDU_GetDeviceInfo() failed") != std::string::npos;
             device.nakAddress = false;
             device.nakAfterBytes.reset();
             board.refuseInterface(usb_status::kSuccess);
@@ -190,39 +189,31 @@ TEST_P(FaultMatrix, TheRunEndsCountsWhatTheRowGotAndKeepsTheFilesWhole) {
         if (fault == Fault::UnplugBefore) board.unplug();
         if (fault == Fault::NakAddress) device.nakAddress = true;
         if (fault == Fault::NakAfterData) device.nakAfterBytes = 1;
-        if (fault == Fault::RefusedInterface) {
-            board.refuseInterface(usb_status::kBusy);
-            reenumerate();
-        }
+        if (fault == Fault::RefusedInterface)
+            board.refuseInterface(usb_status::kBusy), reenumerate();
     };
+    // The reply faults: each request of the row gets its reply spoilt.
+    SimulatedBoard::TransferFault reply;
+    reply.pipe = requestPipe | 0x80;
+    const bool spoils = fault >= Fault::Timeout && fault <= Fault::ShortReply;
+    if (fault == Fault::Timeout) reply.status = usb_status::kTimeout;
+    if (fault == Fault::EmptyReply || fault == Fault::ShortReply) {
+        reply.status = usb_status::kSuccess;
+        reply.truncateTo = fault == Fault::EmptyReply ? 0 : 1;
+    }
     bool firstRequest = true;
     rig.wb->usb.onTransfer = [&](const TransferRecord& t) {
         if (!inRow) return;
-        if (t.read && t.pipe == (requestPipe | 0x80)) {  // a reply: did the fault spoil it?
-            const bool spoilt = fault == Fault::Timeout         ? t.status == usb_status::kTimeout
-                                : fault == Fault::TransferError ? t.status == usb_status::kIo
-                                : fault == Fault::EmptyReply    ? t.status == 0 && t.data.empty()
-                                : fault == Fault::ShortReply ? t.status == 0 && t.data.size() == 1
-                                                             : false;
-            injected += spoilt;
-        }
+        if (spoils && t.read && t.pipe == reply.pipe)
+            injected += t.status == reply.status &&
+                        t.data.size() == reply.truncateTo.value_or(t.data.size());
         if (t.read || t.pipe != requestPipe || t.status != 0) return;
-        // A request the board saw; a NAK counts when it went to the refusing device.
+        // A request the board saw; a NAK counts where it went to the refusing device.
         if (fault == Fault::UnplugBetween && firstRequest) board.unplug(), ++injected;
-        if ((fault == Fault::NakAddress || fault == Fault::NakAfterData) && t.data.size() > 1 &&
-            (t.data[1] & 0xFE) == address)
-            ++injected;
+        if (fault == Fault::NakAddress || fault == Fault::NakAfterData)
+            injected += t.data.size() > 1 && (t.data[1] & 0xFE) == address;
         firstRequest = false;
-        SimulatedBoard::TransferFault reply;
-        reply.pipe = requestPipe | 0x80;
-        if (fault == Fault::Timeout) reply.status = usb_status::kTimeout;
-        if (fault == Fault::EmptyReply || fault == Fault::ShortReply) {
-            reply.status = usb_status::kSuccess;
-            reply.truncateTo = fault == Fault::EmptyReply ? 0 : 1;
-        }
-        if (fault == Fault::Timeout || fault == Fault::TransferError ||
-            fault == Fault::EmptyReply || fault == Fault::ShortReply)
-            board.injectTransferFault(reply);
+        if (spoils) board.injectTransferFault(reply);
     };
     // A run that never ends would yield for ever: a fake pump never sleeps.
     bool guard = true;
