@@ -13,6 +13,8 @@
 namespace i2cbridge::testing {
 namespace {
 
+using Lines = std::vector<std::string>;
+
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedBoard, ConnectionContract, Rig);
 
 // The log, the connection and transfers live in the workbench: none of them may need a window.
@@ -61,9 +63,10 @@ protected:
 TEST_F(SimulatedConnection, LibraryThatWillNotStartLeavesTheConnectionClosed) {
     rig.board.failInit(usb_status::kNotSupported);
     w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(),
-              kSetUpEntry + Entry("Form_Activate(): Failed to initialize USB driver: error "
-                                  "&HFFFFFFF4\r\n(LIBUSB_ERROR_NOT_SUPPORTED)"));
+    EXPECT_EQ(rig.messagesSinceMark(),
+              (Lines{"Setting eventable up,  verifing that the device is attached...\r\n",
+                     "Form_Activate(): Failed to initialize USB driver: error "
+                     "&HFFFFFFF4\r\n(LIBUSB_ERROR_NOT_SUPPORTED)"}));
     EXPECT_FALSE(usb.UsbOpen);
     EXPECT_EQ(w.cbNoc.caption(), "USB Board won't intialize");
     EXPECT_EQ(w.txthDriver.text(), " 0");
@@ -71,8 +74,8 @@ TEST_F(SimulatedConnection, LibraryThatWillNotStartLeavesTheConnectionClosed) {
     EXPECT_EQ(w.shpUSBCon[1].color(), qb::kBlack);  // no lamp changes
 }
 
-// Nothing reaches the driver while closed; the read still yields once, the write keeps its
-// yield before the transfer, and a pending error keeps the lamp red.
+// Nothing reaches the driver while closed and the buffer is left alone; only the read yields,
+// and a pending error keeps the lamp red.
 TEST_F(SimulatedConnection, ClosedConnectionSendsNothingAndLeavesTheBufferAlone) {
     prepare(2, {1, 0x61, 2});
     usb.writePipe();
@@ -81,8 +84,8 @@ TEST_F(SimulatedConnection, ClosedConnectionSendsNothingAndLeavesTheBufferAlone)
     const long yields = rig.pump.yields;
     usb.readPipe();
     EXPECT_EQ(rig.pump.yields, yields + 1);
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("Write GPIOPipe .. USB Not opened") + Entry("ReadPipe .. USB Not opened"));
+    EXPECT_EQ(rig.messagesSinceMark(),
+              (Lines{"Write GPIOPipe .. USB Not opened", "ReadPipe .. USB Not opened"}));
     EXPECT_TRUE(rig.sent().empty());
     EXPECT_EQ(usb.TransferBuffer, (std::vector<uint8_t>{0xEE, 0}));
     rig.wb->log.LogError("earlier failure");
@@ -97,9 +100,9 @@ TEST_F(SimulatedConnection, TransferErrorsAreLoggedAndTheNextSuccessClearsTheFla
     prepare(2, {1, 0x61, 0x02});
     usb.writePipe();
     usb.writePipe();
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("WritePipe: WDU_Transfer() failed: error &HFFFFFFFF (LIBUSB_ERROR_IO)") +
-                  Entry("WritePipe: WDU_Transfer() failed: error &HFFFFFFF7 (LIBUSB_ERROR_PIPE)"));
+    EXPECT_EQ(rig.messagesSinceMark(),
+              (Lines{"WritePipe: WDU_Transfer() failed: error &HFFFFFFFF (LIBUSB_ERROR_IO)",
+                     "WritePipe: WDU_Transfer() failed: error &HFFFFFFF7 (LIBUSB_ERROR_PIPE)"}));
     EXPECT_TRUE(rig.sent().empty());
     usb.writePipe();
     EXPECT_FALSE(rig.wb->log.LogErrorFlag);
@@ -126,8 +129,8 @@ TEST_F(SimulatedConnection, InterfaceWithoutEndpointsTransfersNothing) {
     const int transfers = rig.board.transferCount();
     prepare(2, {1, 0x61, 0x02});
     usb.writePipe();
-    EXPECT_EQ(rig.logSinceMark(), Entry("  No pipes are defined for this device \r\nother than "
-                                        "the default pipe (number 0)"));
+    EXPECT_EQ(rig.messagesSinceMark(), (Lines{"  No pipes are defined for this device \r\nother "
+                                              "than the default pipe (number 0)"}));
     EXPECT_EQ(rig.board.transferCount(), transfers);
 }
 
@@ -138,8 +141,7 @@ TEST_F(SimulatedConnection, WriteYieldsBeforeItsTransferAndReadDoesNot) {
     prepare(2, {1, 0x61, 0x02});
     rig.pump.atYield(1, [&] { prepare(2, {1, 0x61, 0x10}); });
     usb.writePipe();
-    ASSERT_EQ(rig.sent().size(), 1u);
-    EXPECT_EQ(rig.sent()[0].bytes, (std::vector<uint8_t>{1, 0x61, 0x10}));
+    EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{2, {1, 0x61, 0x10}}}));
     prepare(0x82, {0, 0});
     const long yields = rig.pump.yields;
     usb.readPipe();
