@@ -33,6 +33,9 @@ TEST(LibusbHotplug, DepartureFailsTheLookupBeforeTheDetachIsDelivered) {
     LibusbRig rig;
     rig.main().cmdUSBConnect_Click();
     const UsbDeviceHandle handle = rig.usb().DriverContext.DeviceHandle;
+    // An interface number past a byte is refused before the claimed interface is let go.
+    EXPECT_EQ(rig.driver.setInterface(handle, 0x100, 0), LIBUSB_ERROR_INVALID_PARAM);
+    EXPECT_TRUE(rig.board.interfaceClaimed());
     rig.board.unplug();
     UsbDeviceInfo info;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -49,6 +52,7 @@ TEST(LibusbHotplug, DepartureFailsTheLookupBeforeTheDetachIsDelivered) {
 TEST(LibusbHotplug, BoardPluggedWhileClosedIsAnnouncedOnceAtTheNextOpen) {
     LibusbRig rig;
     FrmI2CGeneral& w = rig.main();
+    rig.usb().MatchTable.productId = 0;  // any product: libusb is asked for any, too
     w.cmdUSBConnect_Click();
     rig.markLog();
     rig.board.unplug();

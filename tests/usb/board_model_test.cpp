@@ -36,6 +36,9 @@ TEST(BoardModel, AnswersEveryFrameOnItsPipe) {
         {"address refused", 2, {1, 0x61, 0x02}, Bytes{0}, true},
         {"refused after a byte", 2, {1, 0x60, 0x10, 0xAA}, Bytes{2}, false, 1},
         {"request too short", 2, {1}, Bytes{0}},
+        // The interrupt source at 0x40, armed for one frame, fires at the status read.
+        {"arm the interrupt", 2, {1, 0x40, 0x00, 0x01}, Bytes{3}},
+        {"status shows it fired", 2, {1, 0x41, 0x01}, Bytes{1, 1}},
         // PB0..3 and PC4 driven; PC's bits 0..1 are the LEDs and read back their latch.
         {"enables and data", 1, {0x0F, 0x02, 0x0F, 0x10}, Bytes{0xAF, 0x4E, 0x0F, 0x10}},
         {"data only keeps the enables", 1, {0x00, 0xFF}, Bytes{0xA0, 0x5F, 0x0F, 0x10}},

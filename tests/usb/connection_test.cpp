@@ -22,7 +22,7 @@ TEST(WindowFreeCore, LoggingOpeningAndTransferringCreateNoWindow) {
     Rig rig;
     UsbConnection& usb = rig.wb->usb;
     rig.wb->log.LogError("failure");  // the log's lamp is the main window's
-    usb.InitI2CPipe();  // the main window's load does this
+    usb.InitI2CPipe();                // the main window's load does this
     usb.open(nullptr);
     ASSERT_TRUE(usb.UsbOpen);
     EXPECT_EQ(SingleRegisterRead(usb, rig.wb->i2c, 0x61, 0x02)[1], BoardModel::kIdentifier);
