@@ -175,9 +175,9 @@ TEST_P(FaultMatrix, TheRunEndsCountsWhatTheRowGotAndKeepsTheFilesWhole) {
     w.onRowDone = [&](const RowOutcome& r) {
         if (r.row != e.target) return;
         outcome = r;
-        if (fault == Fault::UnplugBefore || fault == Fault::RefusedInterface)
-            injected += rig.log().find("WritePipe: WDU_GetDeviceInfo() failed", rowLogStart) !=
-                        std::string::npos;
+        if (fault != Fault::UnplugBefore && fault != Fault::RefusedInterface) return;
+        for (const std::string& m : Messages(rig.log().substr(rowLogStart)))  // the row's own
+            injected += m.starts_with("WritePipe: WDU_GetDeviceInfo() failed");
     };
     w.onRowStarted = [&](int row) {
         if (inRow && row != e.target) {  // the row is over: a healthy board again
