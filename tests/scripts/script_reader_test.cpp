@@ -191,6 +191,7 @@ TEST(RecordText, ExpectedDataIsReplacedAndEverythingElseKept) {
         {"10,,5", "05", "10,,05"},  // shorter expected data than the data read
         {"10,, 3c   # blanks stay", "3D", "10,, 3D   # blanks stay"},
         {"0010,,AABBCCDD#c", "00112233", "0010,,00112233#c"},
+        {"10,,3C\t#t", "3D", "10,,3D\t#t"},
         {"10,3C", "3D", "10,3C"},  // no third field: left alone
     };
     for (const auto& c : cases) {

@@ -36,15 +36,15 @@ TEST_F(Loading, TheGridShowsTheRowsAndTheLoadItsNumbers) {
     std::string text =
         "\xEF\xBB\xBF`A62 # id\r\nZZ,QQ\r\n01,,3c # id\r\n`ENDM\r\n"
         "1234,ABCDEF0011223344\r\n`EISTART\r\n`EIEND\r\n";
-    for (int i = 7; i < 1001; ++i) text += "02,,5A\n";
+    for (int i = 7; i < 1001; ++i) text += i == 999 ? "0G,,5A\n" : "02,,5A\n";  // row 1000
     FrmScriptOps& w = open(text);
     std::string shown;
     for (int c : {kColLine, kColI2CAdr, kColDataRd, kColActRd, kColOperation, kColComment})
         shown += cell(w, 3, c) + "|";
     EXPECT_EQ(shown + cell(w, 1, kColComment) + "|" + cell(w, 2, kColComment) + "|" +
-                  cell(w, 1000, kColLine),
+                  cell(w, 1000, kColLine) + cell(w, 1000, kColComment),
               "003|62|3C|--| Reg:1 R:1|# id|# id UTF-8 byte-order mark skipped| Not hexadecimal: "
-              "ZZ QQ|1000");
+              "ZZ QQ|1000 Not hexadecimal: 0G");
     // 16 characters of write data: 128 pixels; read data stays at the 8-character minimum.
     EXPECT_EQ(w.txttotReads.text() + " " + w.txtTotLines.text() + " " + w.txtIstart.text() + "-" +
                   w.txtIend.text() + " " + std::to_string(rig.wb->script.EndMainLine) + " " +
@@ -112,8 +112,9 @@ TEST_F(Running, RunAllComparesCountsAndColours) {
     EXPECT_EQ(std::tuple(cell(w, 5, kColActRd), rig.pump.sleptMs, cell(w, 7, kColActRd),
                          cell(w, 2, kColActRd), tally(w)),
               std::tuple("Delay 250", 250, "--", "00", "2/1"));
-    EXPECT_EQ(std::tuple(back(w, 1, kColActRd), back(w, 2, kColActRd), back(w, 6, kColI2CAdr)),
-              std::tuple(RgbColor(kCellGreen), RgbColor(kCellRed), RgbColor()));
+    EXPECT_EQ(std::tuple(back(w, 1, kColActRd), back(w, 2, kColActRd), back(w, 6, kColI2CAdr),
+                         w.cmdExecAll.visible()),
+              std::tuple(RgbColor(kCellGreen), RgbColor(kCellRed), RgbColor(), true));
     // The write goes before its read-back; a register alone sends nothing.
     EXPECT_EQ(requests(),
               (std::vector<Bytes>{
