@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 
+#include "foundation/append_file.h"
 #include "foundation/whole_file.h"
 #include "support/temp_dir.h"
 
@@ -129,25 +130,35 @@ TEST(WriteFileAtomically, RefusalsSayWhyAndChangeNothing) {
     }
 }
 
-// A write that fails part way (here: a file size limit, as a full disk would) leaves the
-// earlier file whole and removes the half-written one.
+// A write that fails part way (here: a file size limit, as a full disk would) says why and
+// leaves the earlier file whole: a save removes its half-written copy, an append cuts the file
+// back to its old length.
 TEST_F(WriteFileAtomicallyTest, AFailedWriteLeavesTheEarlierFileWhole) {
-    const std::string old = "I2C ADDRESS , 60\r\n";
-    WriteBytes(path, old);
-
-    struct rlimit saved {};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    auto* previous = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit small = saved;
-    small.rlim_cur = 64;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-    const auto failure = WriteFileAtomically(path, std::string(1000, 'y'));
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, previous);
-
-    EXPECT_EQ(failure.value_or("").rfind("writing failed: ", 0), 0u) << failure.value_or("");
-    EXPECT_EQ(ReadBytes(path), old);
-    EXPECT_EQ(dir.entries(), 1) << "the half-written file was left behind";
+    const struct {
+        const char* why;  // how the failure begins
+        std::optional<std::string> (*write)(const std::string&, std::string_view);
+    } writers[] = {
+        {"writing failed: ",
+         [](const std::string& p, std::string_view d) { return WriteFileAtomically(p, d); }},
+        {"File too large", AppendFileWhole},
+    };
+    for (const auto& w : writers) {
+        SCOPED_TRACE(w.why);
+        const std::string old = "I2C ADDRESS , 60\r\n";
+        WriteBytes(path, old);
+        struct rlimit saved {};
+        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+        auto* previous = std::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit small = saved;
+        small.rlim_cur = 64;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        const auto failure = w.write(path, std::string(1000, 'y'));
+        ::setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, previous);
+        EXPECT_EQ(failure.value_or("").rfind(w.why, 0), 0u) << failure.value_or("");
+        EXPECT_EQ(ReadBytes(path), old);
+        EXPECT_EQ(dir.entries(), 1) << "the half-written file was left behind";
+    }
 }
 
 // A replaced file keeps its permissions; a new one gets the usual ones through the umask.
