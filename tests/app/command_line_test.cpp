@@ -2,16 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-#include <string>
-#include <vector>
+#include <sstream>
 
 namespace i2cbridge {
 namespace {
-
-CommandLine Parse(std::vector<std::string> args) {
-    return CommandLine::Parse(args);
-}
 
 // Sixteen-bit hex with or without 0x; nothing else, not even a blank.
 TEST(UsbIdText, TakesOnlySixteenBitHexNumbers) {
@@ -23,73 +17,52 @@ TEST(UsbIdText, TakesOnlySixteenBitHexNumbers) {
     for (const auto& [text, id] : cases) EXPECT_EQ(ParseUsbId(text), id) << text;
 }
 
-TEST(Options, SimulateAndIdentifiersInBothSpellings) {
-    const CommandLine cl = Parse({"--simulate", "--vid", "0x1234", "--pid=ABCD"});
-    EXPECT_TRUE(cl.error.empty()) << cl.error;
-    EXPECT_TRUE(cl.simulate);
-    EXPECT_EQ(cl.vendorId, 0x1234);
-    EXPECT_EQ(cl.productId, 0xABCD);
+// What each command line sets, and the words a mistake is named with (empty: no mistake).
+TEST(Options, EachCommandLineSetsItsOptionsOrNamesItsMistake) {
+    const struct {
+        std::vector<std::string> args;
+        const char* error;
+        bool simulate = false, help = false, version = false;
+        std::optional<uint16_t> vendor = {}, product = {};
+        const char* log = "";
+    } rows[] = {
+        {{"--simulate", "--vid", "0x1234", "--pid=ABCD"}, "", true, false, false, 0x1234, 0xABCD},
+        // The toolkit's own arguments are left to it.
+        {{"-platform", "offscreen", "-style=fusion", "-reverse", "--simulate"}, "", true},
+        {{"--log", "run.log"}, "", false, false, false, {}, {}, "run.log"},
+        {{"--help"}, "", false, true},
+        {{"-h"}, "", false, true},
+        {{"--version"}, "", false, false, true},
+        {{"-V"}, "", false, false, true},
+        {{"-v"}, "", false, false, true},
+        {{"--log="}, "--log"},
+        // The bad value, and an example of one that fits.
+        {{"--vid", "0x5G47"}, "--vid 0x5G47 0x0547"},
+        {{"--simulate", "--pid"}, "--pid needs a value"},
+        {{"--simulat"}, "unknown option --simulat"},
+        {{"-x"}, "unknown option -x"},
+        {{"--simulate", "board"}, "unknown argument board"},
+        {{"--simulate=yes"}, "takes no value"},
+        // The value of an option is never read as an option.
+        {{"--pid", "--simulate"}, "--simulate"},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(::testing::PrintToString(r.args));
+        const CommandLine cl = CommandLine::Parse(r.args);
+        EXPECT_EQ(cl.error.empty(), !*r.error) << cl.error;
+        std::istringstream words(r.error);
+        for (std::string word; words >> word;) EXPECT_NE(cl.error.find(word), std::string::npos);
+        EXPECT_EQ(std::tuple(cl.simulate, cl.help, cl.version, cl.vendorId, cl.productId),
+                  std::tuple(r.simulate, r.help, r.version, r.vendor, r.product));
+        EXPECT_EQ(cl.logFile, r.log);
+    }
 }
 
-TEST(Options, ToolkitArgumentsAreLeftAlone) {
-    const CommandLine cl =
-        Parse({"-platform", "offscreen", "-style=fusion", "-reverse", "--simulate"});
-    EXPECT_TRUE(cl.error.empty()) << cl.error;
-    EXPECT_TRUE(cl.simulate);
-}
-
-TEST(Options, LogFile) {
-    EXPECT_EQ(Parse({"--log", "run.log"}).logFile, "run.log");
-    EXPECT_FALSE(Parse({"--log="}).error.empty());
-}
-
-TEST(Options, MistakesAreNamedInTheError) {
-    const CommandLine badId = Parse({"--vid", "0x5G47"});
-    EXPECT_NE(badId.error.find("--vid"), std::string::npos);
-    EXPECT_NE(badId.error.find("0x5G47"), std::string::npos);
-    EXPECT_NE(badId.error.find("0x0547"), std::string::npos);  // an example of what fits
-    EXPECT_FALSE(badId.vendorId);
-
-    const CommandLine missing = Parse({"--simulate", "--pid"});
-    EXPECT_NE(missing.error.find("--pid needs a value"), std::string::npos);
-
-    EXPECT_NE(Parse({"--simulat"}).error.find("unknown option --simulat"), std::string::npos);
-    EXPECT_NE(Parse({"-x"}).error.find("unknown option -x"), std::string::npos);
-    EXPECT_NE(Parse({"--simulate", "board"}).error.find("unknown argument board"),
-              std::string::npos);
-    EXPECT_NE(Parse({"--simulate=yes"}).error.find("takes no value"), std::string::npos);
-}
-
-TEST(Options, ValueOfAnOptionIsNotReadAsAnOption) {
-    // "--pid --simulate": the product identifier is missing, and "--simulate" is its bad value.
-    const CommandLine cl = Parse({"--pid", "--simulate"});
-    EXPECT_FALSE(cl.error.empty());
-    EXPECT_FALSE(cl.simulate);
-}
-
-TEST(Options, HelpTextNamesEveryOptionAndTheDefaults) {
+TEST(Options, HelpNamesEveryOptionAndTheDefaultsAndVersionIsTheBuilds) {
     const std::string text = UsageText("i2cbridge");
     for (const char* word : {"--simulate", "--vid", "--pid", "--log FILE", "-h, --help",
                              "-V, --version", "0x0547", "0x2005"}) {
         EXPECT_NE(text.find(word), std::string::npos) << word;
-    }
-}
-
-TEST(Options, HelpAndVersionInBothSpellings) {
-    const struct {
-        const char* arg;
-        bool help;
-        bool version;
-    } cases[] = {{"--help", true, false},
-                 {"-h", true, false},
-                 {"--version", false, true},
-                 {"-V", false, true},
-                 {"-v", false, true}};
-    for (const auto& c : cases) {
-        const CommandLine cl = Parse({c.arg});
-        EXPECT_TRUE(cl.error.empty()) << c.arg << ": " << cl.error;
-        EXPECT_EQ(cl.help, c.help) << c.arg;
-        EXPECT_EQ(cl.version, c.version) << c.arg;
     }
     EXPECT_EQ(VersionText("i2cbridge"), "i2cbridge " + std::to_string(I2CB_VERSION_MAJOR) + "." +
                                             std::to_string(I2CB_VERSION_MINOR) + "." +
