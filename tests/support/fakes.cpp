@@ -58,6 +58,7 @@ Rig::Rig(BoardSetup setup) {
 std::vector<std::string> Messages(std::string_view log) {
     static const std::regex stamp(R"( :\d\d-\d\d-\d{4} \d\d:\d\d:\d\d[\r\n]*)");
     const std::string text(log);
+    if (text.empty()) return {};
     return {std::sregex_token_iterator(text.begin(), text.end(), stamp, -1),
             std::sregex_token_iterator()};
 }
