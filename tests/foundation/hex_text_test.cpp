@@ -49,7 +49,7 @@ TEST(NumberTexts, BytesStatusCodesHandlesAndDecimals) {
              {0, "0"}, {0x2005, "2005"}, {8, "8"}, {-7, "FFFFFFF9"}, {-1, "FFFFFFFF"}})
         EXPECT_EQ(HexText(value), text) << value;
     EXPECT_EQ(DecText(0) + DecText(1000) + DecText(-3), " 0 1000-3");
-    EXPECT_EQ(UpperCase("c0 \xb5x"), "C0 \xb5X");
+    EXPECT_EQ(UpperCase("az0 \xb5x"), "AZ0 \xb5X");
 }
 
 // Fields are cleared first, the delimiter is appended to the text, and the index of the last
