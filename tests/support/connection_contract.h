@@ -43,15 +43,6 @@ inline Log TransferFailed(const std::string& where, const std::string& code) {
     return {where + ": WDU_Transfer() failed: error " + code};
 }
 
-// The same entries with their stamps, for tests that still compare the log's text.
-inline const std::string kSetUpEntry = Entry(kSetUp[0]);
-inline std::string AttachEntry(UsbDeviceHandle handle, const std::string& product = "2005") {
-    return Entry(Attached(handle, product)[0]) + Entry("");
-}
-inline std::string LookupFailure(const std::string& where) {
-    return Entry(Lookup(where)[0]);
-}
-
 template <class R>
 class ConnectionContract : public ::testing::Test {
 protected:
