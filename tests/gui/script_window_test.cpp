@@ -2,7 +2,6 @@
 // selects runs once, a row a run selects is not run again, and windows come and go
 // independently, also in the middle of a run.
 
-#include <filesystem>
 #include <stdexcept>
 
 #include "gui/gui_test.h"
@@ -100,68 +99,6 @@ TEST(ScriptWindow, GridAndControlsFollowTheModelThroughALoadAndARun) {
     for (const auto& w : widgets) EXPECT_EQ(Read(Child(v, w.widget), w.what), w.shown) << w.widget;
 }
 
-// A load fits every column to its widest text; a column the user drags keeps its width
-// through a run. The window's grid fills it below the controls, at any size.
-TEST(ScriptWindow, ColumnsFitTheirTextAndTheGridFillsTheWindow) {
-    ScriptWindow t;
-    const std::string walk = t.dir.file("gpio_walk.txt");
-    std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "gpio_walk.txt", walk);
-    ScriptWindowView* v = t.open({t.script("regs.txt"), walk});
-    Do(v, "menu:mnuScript_Read");  // the second load fits too
-    QCoreApplication::processEvents();
-    QHeaderView* header = v->grid()->horizontalHeader();
-    const int margins = 2 * (v->grid()->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
-    for (int c = 1; c < kScriptColumns; ++c) {
-        int widest = header->fontMetrics().horizontalAdvance(
-            v->grid()->model()->headerData(c - 1, Qt::Horizontal).toString());
-        for (int r = 1; r <= v->grid()->model()->rowCount(); ++r)
-            widest = std::max(widest, v->grid()->fontMetrics().horizontalAdvance(
-                                          ScriptWindow::cell(v, r, c).toString()));
-        EXPECT_GE(header->sectionSize(c - 1), widest + margins) << c;
-        EXPECT_LT(header->sectionSize(c - 1), widest + 60) << c;
-    }
-    EXPECT_EQ(header->sectionSize(kColActRd - 1), header->sectionSize(kColDataRd - 1));
-    header->resizeSection(kColDataWr - 1, 300);
-    Do(v, "click:cmdExecAll");
-    EXPECT_EQ(header->sectionSize(kColDataWr - 1), 300);
-
-    for (const QSize size : {QSize(1300, 760), QSize(1450, 900)}) {
-        v->resize(size);
-        QCoreApplication::processEvents();
-        const Rect& box = v->model().gridBox.rect();
-        const QRect g = v->grid()->geometry();
-        EXPECT_EQ(g, QRect(box.left / kTwipsPerPixel, box.top / kTwipsPerPixel,
-                           box.width / kTwipsPerPixel, box.height / kTwipsPerPixel));
-        EXPECT_EQ(box.width, v->centralWidget()->width() * kTwipsPerPixel - 400);
-        EXPECT_LT(g.bottom(), v->centralWidget()->height());
-        for (const char* frame : {"frmScriptExec", "frmDataRecord", "frameIsteps"}) {
-            QWidget* f = Child(v, frame);
-            EXPECT_LT(f->mapTo(v->centralWidget(), f->rect().bottomLeft()).y(), g.top());
-        }
-    }
-}
-
-// The selected row is framed: its cells keep the colours the run gave them; a cell without a
-// colour is tinted, not filled with the highlight.
-TEST(ScriptWindow, SelectedRowKeepsItsCellColours) {
-    ScriptWindow t;
-    ScriptWindowView* v = t.open({t.script("regs.txt")});
-    Do(v, "click:cmdExecAll");
-    ScriptWindow::clickRow(v, 5);
-    QTableView* grid = v->grid();
-    const QImage shot = grid->viewport()->grab().toImage();
-    const QColor highlight = grid->palette().color(QPalette::Highlight);
-    auto at = [&](int column, bool top) {
-        const QRect r = grid->visualRect(grid->model()->index(4, column - 1));
-        return shot.pixelColor(r.right() - 4, top ? r.top() : r.center().y());
-    };
-    EXPECT_EQ(at(kColI2CAdr, false), kGreen);
-    EXPECT_EQ(at(kColActRd, false), kRed);
-    EXPECT_EQ(at(kColActRd, true), highlight);  // the frame
-    EXPECT_TRUE(at(kColComment, false) != highlight &&
-                at(kColComment, false).lightness() > highlight.lightness());
-}
-
 TEST(ScriptWindow, UserSelectedRowRunsOnceAndARunNeverRunsItsRowsTwice) {
     ScriptWindow t;
     ScriptWindowView* v = t.open({t.script("regs.txt")});
@@ -232,20 +169,4 @@ TEST(ScriptWindow, FailedStartUpIsReportedAndLeavesAnEmptyWindow) {
     EXPECT_EQ(t.view()->windowTitle(), "No Script File Selected");
     EXPECT_EQ(t.view()->grid()->model()->rowCount(), kEmptyGridRows);
     EXPECT_EQ(Read(Child(t.view(), "frmScriptExec"), Shows::Visible), "hidden");
-}
-
-// The interrupt example, run from a copy so that its data log stays out of the sources: its
-// service steps show, and the data-record frame is up.
-TEST(ScriptWindow, InterruptExampleShowsItsServiceSteps) {
-    ScriptWindow t;
-    const std::string path = t.dir.file("interrupt_service.txt");
-    std::filesystem::copy_file(std::filesystem::path(I2CB_EXAMPLES_DIR) / "interrupt_service.txt",
-                               path);
-    ScriptWindowView* v = t.open({path});
-    Do(v, "click:cmdExecAll");
-    EXPECT_EQ(v->model().txtRdFails.text(), "0");
-    for (const char* box : {"txtIEnableStep", "txtIdetectStep", "txtIstart", "txtIend", "txtIexec"})
-        EXPECT_NE(Read(Child(v, box), Shows::Text), "----") << box;
-    EXPECT_EQ(Read(Child(v, "frmDataRecord"), Shows::Visible), "shown");
-    EXPECT_TRUE(std::filesystem::exists(t.dir.file("interrupt_service_DL.txt")));
 }
