@@ -1,9 +1,7 @@
 // What the generic binders add beyond the window tables: Windows-1252 text, a widget with no
-// window, the keypad's Enter, a click let go beside the widget, and the log view's scrolling.
-// Also the program's pump.
+// window, the keypad's Enter and a click let go beside the widget. Also the program's pump.
 
 #include "gui/gui_test.h"
-#include "qt/qt_log_view.h"
 #include "qt/qt_ports.h"
 #include "usb/simulated_board.h"
 
@@ -36,29 +34,10 @@ TEST(Binding, EnterGivesCode13AndAClickNeedsPressAndReleaseOverTheWidget) {
     QTest::keyClicks(box, "7F");
     QTest::keyClick(box, Qt::Key_Enter);  // the keypad's
     EXPECT_EQ(keys, QList<int>{13});
-    QTest::mouseClick(box, Qt::RightButton);
+    QTest::mouseClick(box, Qt::RightButton);  // and a left press let go beside the box
     QTest::mousePress(box, Qt::LeftButton, {}, QPoint(5, 5));
     QTest::mouseRelease(box, Qt::LeftButton, {}, QPoint(150, 60));
     EXPECT_EQ(clicks, 0);
-}
-
-TEST(Binding, LogViewKeepsTheNewestInViewAndSelectsAll) {
-    LogBox model;
-    LogView view(model.text());
-    bind::log(model, &view);
-    view.resize(300, 100);
-    view.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
-    for (int i = 0; i < 50; ++i) model.append("Entry " + std::to_string(i) + "\r\n\r\n");
-    EXPECT_EQ(view.lineCount(), 2 * 50 + 1);  // each entry, a blank line, and the empty last
-    QScrollBar* bar = view.verticalScrollBar();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return bar->maximum() > 0; }));
-    EXPECT_EQ(bar->value(), bar->maximum());
-    QTest::keyClick(&view, Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(view.selectedText(), view.toPlainText());
-    model.clear();
-    EXPECT_EQ(view.toPlainText() + view.selectedText(), "");
-    EXPECT_EQ(bar->maximum(), 0);
 }
 
 // A yield always delivers the board's attach and detach, and runs Qt's events only when the
