@@ -59,31 +59,27 @@ TEST(Reply, IsTheRequestedLengthWhateverTheBufferHolds) {
 }
 
 // The exchanges on a connection opened by hand.
-class Exchange : public PanelTest {
-protected:
-    void SetUp() override {
-        PanelTest::SetUp();
-        manualMode(true);
-    }
-    UsbConnection& usb() { return rig.wb->usb; }
-};
+using Exchange = PanelTest;
 
 TEST_F(Exchange, ScriptWriteOfTwoRegisterAndTwoDataBytesSucceedsAtFive) {
+    manualMode(true);
     const uint8_t reg[] = {0x00, 0x10};
     const uint8_t data[] = {0xAA, 0x55};
-    const Reply reply = I2CExchange(usb(), RegisterWriteRequest(4, 0x60, reg, data), 2);
-    EXPECT_EQ(sent(), (std::vector<WireFrame>{I2C({0x04, 0x60, 0x00, 0x10, 0xAA, 0x55})}));
+    const Reply reply = I2CExchange(rig.wb->usb, RegisterWriteRequest(4, 0x60, reg, data), 2);
+    EXPECT_EQ(sent(), (Frames{I2C({0x04, 0x60, 0x00, 0x10, 0xAA, 0x55})}));
     EXPECT_TRUE(WriteReplyOk(reply[0], 2, 2));
 }
 
 // A click handled in the exchange's yield may leave the shared buffer at another size: the
 // reply still has the length asked for, and a count that never came reads as failure.
 TEST_F(Exchange, ReplyDoesNotDependOnWhatAHandlerLeftInTheBuffer) {
-    rig.pump.atYield(1, [&] { usb().Redim(0); });
+    manualMode(true);
+    UsbConnection& usb = rig.wb->usb;
+    rig.pump.atYield(1, [&] { usb.Redim(0); });
     rig.board.injectTransferFault({0x82u, usb_status::kIo, std::nullopt});
-    const Reply reply = SingleRegisterRead(usb(), rig.wb->i2c, 0x61, 0x02);
+    const Reply reply = SingleRegisterRead(usb, rig.wb->i2c, 0x61, 0x02);
     EXPECT_EQ(reply.bytes(), (Bytes{0, 0}));
-    EXPECT_EQ(GpioExchange(usb(), Bytes{0xFF, 0xFF}).size(), kGpioAnswerLength);
+    EXPECT_EQ(GpioExchange(usb, Bytes{0xFF, 0xFF}).size(), kGpioAnswerLength);
 }
 
 }  // namespace
