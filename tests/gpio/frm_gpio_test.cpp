@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "foundation/colors.h"
 #include "foundation/hex_text.h"
 #include "support/fakes.h"
@@ -28,11 +26,20 @@ struct Gpio : ::testing::Test {
     }
     FrmGPIO& g() { return rig.gpio(); }
     GpioBytes& state() { return rig.wb->GpioState; }
-    // A user click on a box: the box flips, then its handler runs.
-    template <std::size_t N>
-    void click(std::array<CheckBox, N> FrmGPIO::*boxes, void (FrmGPIO::*handler)(int), int index) {
-        CheckBox& box = (g().*boxes)[index];
-        g().setChecked(box, !box.checked(), handler, index);
+    // User clicks on boxes, as "B3 E7": each box flips, then its handler runs. B and C are the
+    // PB and PC data boxes, E and F the PB and PC enables, L the LEDs; the digit is the index.
+    void clicks(const std::string& codes) {
+        for (std::size_t at = 0; at + 1 < codes.size(); at += 3) {
+            const int i = codes[at + 1] - '0';
+            FrmGPIO& s = g();
+            const auto [box, handler] =
+                codes[at] == 'B'   ? std::pair(&s.ChkBData[i], &FrmGPIO::ChkBData_Click)
+                : codes[at] == 'C' ? std::pair(&s.ChkCData[i], &FrmGPIO::ChkCData_Click)
+                : codes[at] == 'E' ? std::pair(&s.chkOutEn[i], &FrmGPIO::chkOutEn_Click)
+                : codes[at] == 'F' ? std::pair(&s.chkOutEnc[i], &FrmGPIO::chkOutEnc_Click)
+                                   : std::pair(&s.ChKLedData[i], &FrmGPIO::ChKLedData_Click);
+            s.setChecked(*box, !box->checked(), handler, i);
+        }
     }
     // The hex boxes: enables PB, PB read back, enables PC, PC read back, then the data bytes.
     Texts hex() {
@@ -51,40 +58,26 @@ struct Gpio : ::testing::Test {
 };
 
 // The two frames carry no command byte: data first, enables after in the longer one. The
-// bytes are the state as it stands, whichever window set it; the answer is 25 bytes long, and
-// WriteByteCount keeps the frame's length.
+// bytes are the state as it stands, whichever window set it (a script's GPIO command writes
+// whole bytes, port C bits 2 and 3 included); the answer is 25 bytes long, and WriteByteCount
+// keeps the frame's length.
 TEST_F(Gpio, FramesCarryTheStateDataFirst) {
     const struct {
-        const char* name;
-        std::function<void(Gpio&)> before;
+        const char* clicks;
+        GpioBytes state;
         bool withEnables;
         Bytes frame;
-    } cases[] = {
-        {"start state", [](Gpio&) {}, true, {0xFF, 0xFF, 0x00, 0x00}},
-        {"data only", [](Gpio&) {}, false, {0xFF, 0xFF}},
-        {"boxes clicked",
-         [](Gpio& t) {
-             t.click(&FrmGPIO::ChkBData, &FrmGPIO::ChkBData_Click, 3);
-             t.click(&FrmGPIO::chkOutEnc, &FrmGPIO::chkOutEnc_Click, 0);
-             t.click(&FrmGPIO::chkOutEn, &FrmGPIO::chkOutEn_Click, 7);
-             t.click(&FrmGPIO::ChKLedData, &FrmGPIO::ChKLedData_Click, 0);
-         },
-         true,
-         {0xF7, 0xFE, 0x80, 0x10}},
-        // A script's GPIO command writes whole bytes, port C bits 2 and 3 included.
-        {"whole bytes",
-         [](Gpio& t) {
-             t.state() = {0x0F, 0x0C, 0xA5, 0x3C};
-         },
-         true,
-         {0xA5, 0x3C, 0x0F, 0x0C}},
-    };
+    } cases[] = {{"", {0x00, 0x00, 0xFF, 0xFF}, true, {0xFF, 0xFF, 0x00, 0x00}},
+                 {"", {0x00, 0x00, 0xFF, 0xFF}, false, {0xFF, 0xFF}},
+                 {"B3 F0 E7 L0", {0x00, 0x00, 0xFF, 0xFF}, true, {0xF7, 0xFE, 0x80, 0x10}},
+                 {"", {0x0F, 0x0C, 0xA5, 0x3C}, true, {0xA5, 0x3C, 0x0F, 0x0C}}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
         rig.clearSent();
-        c.before(*this);
+        rig.program->unloadGpioScreen();
+        state() = c.state;
+        clicks(c.clicks);
         c.withEnables ? g().cmdGPIO_Write_Click() : g().cmdWrite_GPIO_Data_Click();
-        EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x01, c.frame}}));
+        EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x01, c.frame}})) << c.clicks;
         EXPECT_EQ(rig.wb->usb.TransferLength, 25u);
         EXPECT_EQ(rig.wb->i2c.WriteByteCount, int(c.frame.size()));
         EXPECT_FALSE(rig.wb->usb.UsbOpen);
@@ -99,18 +92,15 @@ TEST_F(Gpio, ReadBackShowsWhatTheBoardAnswers) {
     rig.board.model().gpio().pcInputs = 0x50;
     const GpioOutcome outcome = g().cmdGPIO_Write_Click();
     EXPECT_EQ(hex(), (Texts{"00", "00", "00", "00", "FF", "3C", "FF", "53"}));
-    EXPECT_EQ(outcome.error, CoreError::None);
-    EXPECT_EQ(outcome.written, (GpioBytes{0x00, 0x00, 0xFF, 0xFF}));
+    EXPECT_EQ(std::pair(outcome.error, outcome.written),
+              std::pair(CoreError::None, GpioBytes{0x00, 0x00, 0xFF, 0xFF}));
     EXPECT_EQ(outcome.readBackText(), "3C530000");
     EXPECT_EQ(g().cmdWrite_GPIO_Data_Click().readBackText(), "3C53");
 
-    click(&FrmGPIO::chkOutEn, &FrmGPIO::chkOutEn_Click, 0);
-    click(&FrmGPIO::ChkBData, &FrmGPIO::ChkBData_Click, 0);
-    click(&FrmGPIO::chkOutEnc, &FrmGPIO::chkOutEnc_Click, 3);
+    clicks("E0 B0 F3");
     g().cmdGPIO_Write_Click();
     EXPECT_EQ(hex(), (Texts{"01", "01", "80", "80", "FE", "3C", "FF", "D3"}));
-    EXPECT_EQ(lamps()[1], LG);
-    EXPECT_EQ(lamps()[2], LG);
+    EXPECT_EQ((Colors{lamps()[1], lamps()[2]}), (Colors{LG, LG}));
 
     // A reply one byte short leaves the missing bytes at zero.
     rig.board.injectTransferFault({0x81, usb_status::kSuccess, 1u});
@@ -122,7 +112,7 @@ TEST_F(Gpio, ReadBackShowsWhatTheBoardAnswers) {
 // A failed read, or a board held closed by hand, shows zeros read and reddens only the enable
 // lamps whose state is not zero; the operation runs to its end.
 TEST_F(Gpio, FailedExchangesShowZerosRead) {
-    click(&FrmGPIO::chkOutEn, &FrmGPIO::chkOutEn_Click, 2);  // PB enables 04, PC enables 00
+    clicks("E2");  // PB enables 04, PC enables 00
     rig.board.injectTransferFault({0x81, usb_status::kIo, std::nullopt});
     EXPECT_EQ(g().cmdGPIO_Write_Click().error, CoreError::TransferFailed);
     EXPECT_EQ(hex(), (Texts{"04", "00", "00", "00", "FF", "00", "FF", "00"}));
@@ -133,13 +123,12 @@ TEST_F(Gpio, FailedExchangesShowZerosRead) {
 
     rig.main().ChKManUsbConn.setChecked(true);
     rig.main().ChKManUsbConn_Click();
-    click(&FrmGPIO::chkOutEn, &FrmGPIO::chkOutEn_Click, 2);
-    click(&FrmGPIO::chkOutEnc, &FrmGPIO::chkOutEnc_Click, 1);
+    clicks("E2 F1");
     rig.markLog();
     const GpioOutcome outcome = g().cmdGPIO_Write_Click();
     EXPECT_EQ(std::pair(outcome.error, outcome.readBackText()),
               std::pair(CoreError::NoBoard, std::string("00000000")));
-    EXPECT_TRUE(rig.sent().size() == 1u);
+    EXPECT_EQ(rig.sent().size(), 1u);
     EXPECT_EQ(rig.messagesSinceMark(),
               (Texts{"Write GPIOPipe .. USB Not opened", "ReadPipe .. USB Not opened"}));
     EXPECT_EQ((Colors{lamps()[1], lamps()[2]}), (Colors{LG, LR}));
@@ -167,95 +156,52 @@ TEST_F(Gpio, WriteLampsFlipOnEveryWrite) {
     EXPECT_EQ(hex(), (Texts{"00", "--", "00", "--", "FF", "FF", "FF", "FF"}));
 }
 
-// Each box sets or clears its own bit and shows the byte; an enable box greys its data box
-// (which keeps its check state). Setting a box from code runs its handler only on a change.
+// Each box sets or clears its own bit, PC's data and enables in bits 4 to 7, and shows the
+// byte, without sending; a box whose bit is already clear keeps it clear. An enable box greys
+// its data box, which keeps its check state.
 TEST_F(Gpio, CheckBoxesSetTheirOwnBitWithoutSending) {
-    using F = FrmGPIO;
     const struct {
-        const char* name;
-        std::function<void(Gpio&)> clicks;
-        GpioBytes state;
-    } cases[] = {
-        {"PB data 3, twice",
-         [](Gpio& t) {
-             for (int k = 0; k < 2; ++k) t.click(&F::ChkBData, &F::ChkBData_Click, 3);
-         },
-         {0x00, 0x00, 0xFF, 0xFF}},
-        {"PB data 3",
-         [](Gpio& t) { t.click(&F::ChkBData, &F::ChkBData_Click, 3); },
-         {0x00, 0x00, 0xF7, 0xFF}},
-        {"PC data 3 then 0",
-         [](Gpio& t) {
-             t.click(&F::ChkCData, &F::ChkCData_Click, 3);
-             t.click(&F::ChkCData, &F::ChkCData_Click, 0);
-         },
-         {0x00, 0x00, 0xFF, 0x6F}},
-        {"PC enable 0, and PB enables 7, 1, 7",
-         [](Gpio& t) {
-             t.click(&F::chkOutEnc, &F::chkOutEnc_Click, 0);
-             for (int i : {7, 1, 7}) t.click(&F::chkOutEn, &F::chkOutEn_Click, i);
-         },
-         {0x02, 0x10, 0xFF, 0xFF}},
-        {"both LEDs off",
-         [](Gpio& t) {
-             for (int i : {0, 1}) t.click(&F::ChKLedData, &F::ChKLedData_Click, i);
-         },
-         {0x00, 0x00, 0xFF, 0xFC}},
-        // Another window cleared PB0 and the red LED; the screen's boxes still show them set.
-        {"bits already clear",
-         [](Gpio& t) {
-             t.state() = {0x00, 0x00, 0xF0, 0xFE};
-             t.click(&F::ChkBData, &F::ChkBData_Click, 0);
-             t.g().setChecked(t.g().ChKLedData[0], true, &F::ChKLedData_Click, 0);
-             t.g().setChecked(t.g().ChKLedData[1], false, &F::ChKLedData_Click, 1);
-         },
-         {0x00, 0x00, 0xF0, 0xFC}},
-    };
+        const char* clicks;
+        GpioBytes before, after;
+    } cases[] = {{"B3 B3", {0x00, 0x00, 0xFF, 0xFF}, {0x00, 0x00, 0xFF, 0xFF}},
+                 {"B3", {0x00, 0x00, 0xFF, 0xFF}, {0x00, 0x00, 0xF7, 0xFF}},
+                 {"C3 C0", {0x00, 0x00, 0xFF, 0xFF}, {0x00, 0x00, 0xFF, 0x6F}},
+                 {"F0 E7 E1 E7", {0x00, 0x00, 0xFF, 0xFF}, {0x02, 0x10, 0xFF, 0xFF}},
+                 {"L0 L1", {0x00, 0x00, 0xFF, 0xFF}, {0x00, 0x00, 0xFF, 0xFC}},
+                 {"B0 L1", {0x00, 0x00, 0xF0, 0xFE}, {0x00, 0x00, 0xF0, 0xFC}}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.clicks);
         rig.program->unloadGpioScreen();
-        state() = {0x00, 0x00, 0xFF, 0xFF};
-        c.clicks(*this);
-        EXPECT_EQ(state(), c.state);
+        state() = c.before;
+        clicks(c.clicks);
+        EXPECT_EQ(state(), c.after);
         const Texts shown = hex();
         EXPECT_EQ((Texts{shown[0], shown[2], shown[4], shown[6]}),
-                  (Texts{HexByteText(c.state.portBEnables), HexByteText(c.state.portCLedEnables),
-                         HexByteText(c.state.portBData), HexByteText(c.state.portCLedData)}));
+                  (Texts{HexByteText(c.after.portBEnables), HexByteText(c.after.portCLedEnables),
+                         HexByteText(c.after.portBData), HexByteText(c.after.portCLedData)}));
     }
     EXPECT_TRUE(rig.sent().empty());
-    for (int k = 0; k < 2; ++k) {
-        click(&F::chkOutEnc, &F::chkOutEnc_Click, 0);
-        click(&F::chkOutEn, &F::chkOutEn_Click, 7);
-    }
+    clicks("F0 E7 F0 E7");
     EXPECT_EQ((std::vector<bool>{g().ChkCData[0].enabled(), g().ChkCData[0].checked(),
                                  g().ChkCData[1].enabled(), g().ChkBData[7].enabled()}),
               (std::vector<bool>{false, true, true, false}));
-}
-
-TEST(GpioStartUp, BoardAbsentAtStartUpShowsZerosRead) {
-    Rig rig;
-    rig.board.unplug();
-    rig.main();
-    EXPECT_EQ(rig.gpio().txtPCHexData[1].text() + rig.gpio().txtPCHex[1].text(), "0000");
-    // Both enable bytes of the start state are 00, so the zeros still agree with them.
-    EXPECT_EQ(rig.gpio().shpGpioWr[2].color(), LG);
-    EXPECT_EQ(rig.gpio().cmdWrite_GPIO_Data_Click().error, CoreError::NoBoard);
+    // Set from code (as the communications test does), a box runs its handler only on a change.
+    state().portCLedData = 0xFE;
+    g().setChecked(g().ChKLedData[0], true, &FrmGPIO::ChKLedData_Click, 0);
+    EXPECT_EQ(state().portCLedData, 0xFE);
 }
 
 // A reloaded screen starts its boxes afresh (data checked, enables not) and shows the state; a
 // click then changes only its own bit, not the bits the boxes disagree with.
 TEST_F(Gpio, ReloadAfterUnloadStartsBoxesAfreshAndShowsTheState) {
-    click(&FrmGPIO::chkOutEn, &FrmGPIO::chkOutEn_Click, 0);
-    click(&FrmGPIO::ChkBData, &FrmGPIO::ChkBData_Click, 3);
-    click(&FrmGPIO::ChKLedData, &FrmGPIO::ChKLedData_Click, 1);
+    clicks("E0 B3 L1");
     rig.program->unloadGpioScreen();
     EXPECT_FALSE(rig.program->hasGpioScreen());
     EXPECT_EQ(hex(), (Texts{"01", "--", "00", "--", "F7", "--", "FD", "--"}));
     EXPECT_FALSE(g().chkOutEn[0].checked());
     EXPECT_TRUE(g().ChkBData[3].checked() && g().ChKLedData[1].checked());
     EXPECT_EQ(lamps(), (Colors{BK, BK, BK, BK, BK}));
-    click(&FrmGPIO::ChkBData, &FrmGPIO::ChkBData_Click, 5);
-    click(&FrmGPIO::chkOutEn, &FrmGPIO::chkOutEn_Click, 4);
+    clicks("B5 E4");
     EXPECT_EQ(state(), (GpioBytes{0x11, 0x00, 0xD7, 0xFD}));
     g().cmdWrite_GPIO_Data_Click();
     EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x01, {0xD7, 0xFD}}}));

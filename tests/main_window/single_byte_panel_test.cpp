@@ -29,11 +29,15 @@ protected:
     void write(int i) { win->cmdWrite1Byte_Click(i); }
 };
 
+// Both transfers address the device by the address box as it stands, not the stored address.
+// Successes light the button's lamp and the outcome lamp light green; the outcome lamp does
+// not alternate.
 TEST_F(SingleBytePanel, ReadAndWriteSendTheirFramesAndShowTheOutcome) {
-    device60().registers[0x11] = 0x07;
+    addDevice(0x42).registers[0x11] = 0x07;
+    win->txtI2CAdr.setText("42");  // typed, not committed: I2CWriteAddress is still 60
     win->txtUserRegAdr.setText("11");
     read();
-    EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x61, 0x11})}));
+    EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x43, 0x11})}));
     EXPECT_EQ(Outcome(*win, 2), Shown("07", " 1", kLightGreen, kLightGreen));
     EXPECT_TRUE(win->Shape3.visible() && win->lblNak.visible());
     // Automatic mode: opened for the read and closed after it.
@@ -43,35 +47,11 @@ TEST_F(SingleBytePanel, ReadAndWriteSendTheirFramesAndShowTheOutcome) {
     rig.clearSent();
     win->txtUserRegAdr.setText("10");
     write(1);  // "55"
-    EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x60, 0x10, 0x55})}));
-    EXPECT_EQ(device60().registers[0x10], 0x55);
+    EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x42, 0x10, 0x55})}));
+    EXPECT_EQ(rig.board.model().device(0x42)->registers[0x10], 0x55);
     EXPECT_EQ(Outcome(*win, 1), Shown("07", " 3", kLightGreen, kLightGreen));
     EXPECT_EQ(win->Shape2[0].color(), Lamp::kDesignColor);  // the other button's lamp
-}
-
-TEST_F(SingleBytePanel, TransfersUseTheAddressBoxAsItStandsNotTheStoredAddress) {
-    addDevice(0x42);
-    win->txtI2CAdr.setText("42");  // typed, not committed: I2CWriteAddress is still 60
-    win->txtUserRegAdr.setText("05");
-    write(0);
-    read();
-    EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x42, 0x05, 0xAA}), I2C({0x01, 0x43, 0x05})}));
-    EXPECT_EQ(win->txtReadByte.text(), "AA");
     EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
-}
-
-// Successes alternate between the two greens; a failure is light red and the next success
-// starts again at light green. Shape3 shows the outcome and does not alternate.
-TEST_F(SingleBytePanel, ReadLampFollowsEachOutcome) {
-    const std::pair<bool, int> steps[] = {{false, kLightGreen}, {false, kGreen},
-                                          {false, kLightGreen}, {false, kGreen},
-                                          {true, kLightRed},    {false, kLightGreen}};
-    for (const auto& [nak, lamp] : steps) {
-        device60().nakAddress = nak;
-        read();
-        EXPECT_EQ(std::pair(win->Shape2[2].color(), win->Shape3.color()),
-                  std::pair(lamp, nak ? kLightRed : kLightGreen));
-    }
 }
 
 // However an exchange fails, both buttons show "--", a count of 0 and light red.
@@ -79,19 +59,14 @@ TEST(SingleBytePanelFailure, EveryKindOfFailureShowsDashesAndCountZero) {
     using W = FrmI2CGeneral;
     constexpr int32_t kIo = usb_status::kIo;
     const std::pair<const char*, std::function<void(Rig&, W&)>> failures[] = {
+        // clang-format off
         {"nak", [](Rig& r, W&) { r.board.model().device(0x60)->nakAddress = true; }},
         {"absent device", [](Rig&, W& w) { w.txtI2CAdr.setText("30"); }},
-        {"lost reply",
-         [](Rig& r, W&) {
-             r.board.injectTransferFault({0x82u, kIo, {}});
-         }},
-        {"lost request",
-         [](Rig& r, W&) {
-             r.board.injectTransferFault({0x02u, kIo, {}});
-         }},
+        {"lost reply", [](Rig& r, W&) { r.board.injectTransferFault({0x82u, kIo, {}}); }},
+        {"lost request", [](Rig& r, W&) { r.board.injectTransferFault({0x02u, kIo, {}}); }},
         {"unplugged", [](Rig& r, W&) { r.board.unplug(); }},
-        {"manual mode, closed",
-         [](Rig&, W& w) { w.ChKManUsbConn.setChecked(true), w.ChKManUsbConn_Click(); }},
+        {"manual mode, closed", [](Rig&, W& w) { w.ChKManUsbConn.setChecked(true), w.ChKManUsbConn_Click(); }},
+        // clang-format on
     };
     for (const auto& [name, fail] : failures) {
         SCOPED_TRACE(name);
@@ -149,50 +124,43 @@ TEST_F(SingleBytePanel, RegisterAddressIsTidiedButNeverRangeChecked) {
     EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x61, 0xFF})}));
 }
 
-// Enter in the I2C address box pads, upper-cases and stores the address, then runs the
-// communications test; a value past a byte is refused with a message box and runs no test.
-TEST_F(SingleBytePanel, AddressBoxEnterStoresAndTestsOrRefuses) {
+// Enter in the I2C address box, or leaving it, pads, upper-cases and stores the address; Enter
+// then runs the communications test ("FF" passes here but the test refuses it). A value past a
+// byte is refused with a message box, stores 00 and runs no test.
+TEST_F(SingleBytePanel, AddressBoxStoresTheAddressOrRefusesIt) {
     const struct {
         const char* typed;
+        bool byEnter;
         const char* shown;
         uint8_t write, read;
-        const char* result;
+        const char* result;  // "-": no test ran
         bool refused;
-    } cases[] = {{"7", "07", 0x07, 0x08, "Fail", false},  {"60", "60", 0x60, 0x61, "Good", false},
-                 {"fe", "FE", 0xFE, 0xFF, "Fail", false}, {"FF", "FF", 0xFF, 0x00, "Fail", false},
-                 {"100", "00", 0x00, 0x01, "Fail", true}, {"FFFF", "00", 0x00, 0x01, "Fail", true}};
+    } cases[] = {
+        // clang-format off
+        {"7", true, "07", 0x07, 0x08, "Fail", false},   {"60", true, "60", 0x60, 0x61, "Good", false},
+        {"fe", true, "FE", 0xFE, 0xFF, "Fail", false},  {"FF", true, "FF", 0xFF, 0x00, "Fail", false},
+        {"100", true, "00", 0x00, 0x01, "Fail", true},  {"FFFF", true, "00", 0x00, 0x01, "Fail", true},
+        {"a", false, "0A", 0x0A, 0x0B, "-", false},     {"100", false, "00", 0x00, 0x01, "-", true},
+        // clang-format on
+    };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.typed);
         rig.dialogs.messages.clear();
         rig.clearSent();
         win->lblCommTest.setCaption("-");
         win->txtI2CAdr.setText(c.typed);
-        pressEnter([&](int& k) { win->txtI2CAdr_KeyPress(k); });
-        // FF passes here but the test refuses it; below FF the test's request goes out.
+        if (c.byEnter)
+            pressEnter([&](int& k) { win->txtI2CAdr_KeyPress(k); });
+        else
+            win->txtI2CAdr_LostFocus();
         EXPECT_EQ(std::tuple(win->txtI2CAdr.text(), rig.wb->i2c.I2CWriteAddress,
                              rig.wb->i2c.I2CReadAddress, win->lblCommTest.caption(),
                              rig.dialogs.messages.size(), sent().empty()),
                   std::tuple(c.shown, c.write, c.read, c.result, c.refused ? 1u : 0u,
-                             c.refused || c.write == 0xFF))
-            << c.typed;
+                             c.refused || c.write == 0xFF || !c.byEnter));
     }
     EXPECT_EQ(rig.dialogs.messages.back().text, "Illegal I2C Address, re-enter");
     EXPECT_EQ(rig.dialogs.messages.back().title, kAppTitle);
-    EXPECT_EQ(win->lblCommTest.backColor(), RgbColor(0xFF0000));
-}
-
-TEST_F(SingleBytePanel, LeavingTheAddressBoxCommitsWithoutTheTest) {
-    win->txtI2CAdr.setText("a");
-    win->txtI2CAdr_LostFocus();
-    EXPECT_EQ(std::tuple(win->txtI2CAdr.text(), rig.wb->i2c.I2CReadAddress),
-              std::tuple("0A", 0x0B));
-    win->txtI2CAdr.setText("100");
-    win->txtI2CAdr_LostFocus();
-    EXPECT_EQ(std::tuple(win->txtI2CAdr.text(), rig.wb->i2c.I2CWriteAddress),
-              std::tuple("00", 0x00));
-    EXPECT_EQ(rig.dialogs.messages.size(), 1u);
-    EXPECT_EQ(win->lblCommTest.caption(), "");
-    EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(rig.board.initCount(), 2);  // nothing opened since the load
 }
 
 }  // namespace
