@@ -42,26 +42,9 @@ protected:
     }
 };
 
-TEST_F(CommTest, GoodReadsRegisterTwoAndLightsTheGreenLedOnOneOpen) {
-    test("60");
-    // The test frame, then one enables-and-data GPIO frame with red off and green on.
-    EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
-    EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
-    EXPECT_EQ(leds(), "FE green");
-    EXPECT_EQ(rig.gpio().txtPCHexData[2].text(), "FE");
-    // Automatic mode opens once; the nested GPIO open only logs.
-    EXPECT_EQ(std::pair(rig.board.initCount(), rig.board.uninitCount()), std::pair(3, 3));
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
-    EXPECT_EQ(logCount("Already Opened"), 1);
-    EXPECT_EQ(win->txthDriver.text(), "Closed");
-
-    device60().registers[2] = 0x05;
-    test("60");
-    EXPECT_EQ(shown(), "Good 008000 default | 1 5 | 60 61");  // no leading zero
-}
-
-// A failed test asks for the red LED; a good test turns the LEDs back.
-TEST_F(CommTest, AFailedTestLightsTheRedLedAndAGoodOneTurnsItBack) {
+// A failed test asks for the red LED, a good one for the green; each sends the test frame and
+// one enables-and-data GPIO frame. Automatic mode opens once; the nested GPIO open only logs.
+TEST_F(CommTest, TheTestReadsRegisterTwoAndLightsTheLedThatSaysHowItWent) {
     device60().nakAddress = true;
     test("60");
     EXPECT_EQ(shown(), "Fail FF0000 FFFFFF | 0 0 | 60 61");
@@ -70,12 +53,18 @@ TEST_F(CommTest, AFailedTestLightsTheRedLedAndAGoodOneTurnsItBack) {
     test("60");
     EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFD, 0x00, 0x00}),
                               I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
-    EXPECT_EQ(leds(), "FE green");
+    EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
+    EXPECT_EQ(leds() + rig.gpio().txtPCHexData[2].text(), "FE greenFE");
+    EXPECT_EQ(std::pair(rig.board.initCount(), rig.board.uninitCount()), std::pair(4, 4));
+    EXPECT_EQ(std::pair(rig.wb->usb.UsbOpen, logCount("Already Opened")), std::pair(false, 2l));
+    device60().registers[2] = 0x05;
+    test("60");
+    EXPECT_EQ(shown(), "Good 008000 default | 1 5 | 60 61");  // no leading zero
 }
 
 // The address text is read as sixteen bits, so four digits may wrap to a negative value whose
-// low byte is the address; only FF and above (as a positive value) are refused, opened and
-// closed all the same, with the stored addresses and the LEDs as they were.
+// low byte is the address; only FF and above (as a positive value) are refused, the board opened
+// and closed all the same.
 TEST_F(CommTest, AddressesAreTestedAtTheirLowByteAndFFAndAboveRefused) {
     addDevice(0xFE);
     const struct {
@@ -95,12 +84,11 @@ TEST_F(CommTest, AddressesAreTestedAtTheirLowByteAndFFAndAboveRefused) {
         rig.clearSent();
         rig.markLog();
         const int inits = rig.board.initCount();
-        const auto before = std::pair(rig.wb->i2c.I2CWriteAddress, leds());
+        const auto before = std::pair(rig.wb->i2c.I2CWriteAddress, leds());  // kept if refused
         test(c.typed);
         EXPECT_EQ(shown(), c.shown);
         EXPECT_EQ(sent().empty() ? -1 : sent().front().bytes.at(1), c.readAddress);
         EXPECT_EQ(logCount("Address value too large"), refused ? 1 : 0);
-        // Opened and closed all the same, once per test.
         EXPECT_EQ(std::pair(rig.board.initCount() - inits, rig.wb->usb.UsbOpen),
                   std::pair(1, false));
         if (refused) {

@@ -38,16 +38,6 @@ TEST(I2CFrames, ReplyCountJudgesTheExchange) {
         EXPECT_EQ(WriteReplyOk(w.count, w.regBytes, w.dataBytes), w.ok) << w.count;
 }
 
-TEST(I2CFrames, ReadAddressIsWriteAddressPlusOneInEightBits) {
-    I2CState i2c;
-    for (const auto& [entry, write, read] :
-         {std::tuple{0x60, 0x60, 0x61}, std::tuple{0xFF, 0xFF, 0}, std::tuple{-1, 0xFF, 0}}) {
-        i2c.setAddress(static_cast<int16_t>(entry));
-        EXPECT_EQ(i2c.I2CWriteAddress, write) << entry;
-        EXPECT_EQ(i2c.I2CReadAddress, read) << entry;
-    }
-}
-
 // A reply is always as long as asked for; bytes the buffer no longer held read as 0.
 TEST(Reply, IsTheRequestedLengthWhateverTheBufferHolds) {
     const Reply shortened(Bytes{3}, 2);
@@ -58,17 +48,7 @@ TEST(Reply, IsTheRequestedLengthWhateverTheBufferHolds) {
     EXPECT_EQ(Reply()[0], 0);
 }
 
-// The exchanges on a connection opened by hand.
 using Exchange = PanelTest;
-
-TEST_F(Exchange, ScriptWriteOfTwoRegisterAndTwoDataBytesSucceedsAtFive) {
-    manualMode(true);
-    const uint8_t reg[] = {0x00, 0x10};
-    const uint8_t data[] = {0xAA, 0x55};
-    const Reply reply = I2CExchange(rig.wb->usb, RegisterWriteRequest(4, 0x60, reg, data), 2);
-    EXPECT_EQ(sent(), (Frames{I2C({0x04, 0x60, 0x00, 0x10, 0xAA, 0x55})}));
-    EXPECT_TRUE(WriteReplyOk(reply[0], 2, 2));
-}
 
 // A click handled in the exchange's yield may leave the shared buffer at another size: the
 // reply still has the length asked for, and a count that never came reads as failure.

