@@ -72,7 +72,6 @@ TEST_F(CommTest, AddressesAreTestedAtTheirLowByteAndFFAndAboveRefused) {
         int readAddress;  // -1: refused, nothing sent
         const char* shown;
     } cases[] = {{"FF", -1, "Fail FF0000 FFFFFF |   | -- --"},
-                 {"100", -1, "Fail FF0000 FFFFFF |   | -- --"},
                  {"7FFF", -1, "Fail FF0000 FFFFFF |   | -- --"},
                  {"FE", 0xFF, "Good 008000 default | 1 5A | FE FF"},
                  {"FFFF", 0x00, "Fail FF0000 FFFFFF | 0 0 | FF 0"},

@@ -38,16 +38,6 @@ TEST(I2CFrames, ReplyCountJudgesTheExchange) {
         EXPECT_EQ(WriteReplyOk(w.count, w.regBytes, w.dataBytes), w.ok) << w.count;
 }
 
-// A reply is always as long as asked for; bytes the buffer no longer held read as 0.
-TEST(Reply, IsTheRequestedLengthWhateverTheBufferHolds) {
-    const Reply shortened(Bytes{3}, 2);
-    EXPECT_EQ(shortened.bytes(), (Bytes{3, 0}));
-    EXPECT_EQ(shortened.size(), 2u);
-    EXPECT_EQ(shortened[7], 0);
-    EXPECT_EQ(Reply(Bytes{1, 2, 3}, 2).bytes(), (Bytes{1, 2}));
-    EXPECT_EQ(Reply()[0], 0);
-}
-
 using Exchange = PanelTest;
 
 // A click handled in the exchange's yield may leave the shared buffer at another size: the

@@ -21,18 +21,6 @@ namespace i2cbridge::testing {
 using Frames = std::vector<WireFrame>;
 using Texts = std::vector<std::string>;
 
-// One property of every row of a column of boxes or lamps, top to bottom.
-template <class Control, class Get>
-auto Column(const std::array<Control, kRegisterRows>& rows, Get get) {
-    std::vector<std::decay_t<std::invoke_result_t<Get, const Control&>>> out;
-    for (const Control& c : rows) out.push_back(std::invoke(get, c));
-    return out;
-}
-template <class T>
-std::vector<T> Every(T value) {
-    return std::vector<T>(kRegisterRows, value);
-}
-
 // A register table row's boxes: address, description, write value, read value.
 struct Row {
     std::string adr, desc, write, read;

@@ -4,7 +4,6 @@
 
 #include <map>
 
-#include "foundation/hex_text.h"
 #include "panel_rig.h"
 
 namespace i2cbridge::testing {
@@ -19,12 +18,6 @@ class RegisterTable : public PanelTest {
 protected:
     void readAll() { win->cmdReadRegs_Click(); }
     void writeAll() { win->cmdwriteAll_Click(); }
-    // Register reads of rows 0 to 31 at 60.
-    static Frames reads() {
-        Frames frames;
-        for (int r = 0; r < kRegisterRows; ++r) frames.push_back(I2C({0x01, 0x61, uint8_t(r)}));
-        return frames;
-    }
     // Row r's read box, read lamp and write lamp, as "5A lightgreen | black"; a hidden one is
     // in brackets.
     std::string row(int r) {
@@ -38,20 +31,6 @@ protected:
                shown(win->shpBwrite[r], kNames.at(win->shpBwrite[r].color()));
     }
 };
-
-TEST_F(RegisterTable, ReadAllReadsEveryRowOnOneConnectionAndASecondOneTurnsTheLampsGreen) {
-    Texts want;
-    for (int r = 0; r < kRegisterRows; ++r)
-        want.push_back(HexByteText(device60().registers[r] = uint8_t(r == 2 ? 0x5A : r * 3)));
-    readAll();
-    EXPECT_EQ(sent(), reads());
-    EXPECT_EQ(Column(win->txtRdByte, &TextBox::text), want);
-    EXPECT_EQ(Column(win->Shape1, &Lamp::color), Every(kLightGreen));
-    EXPECT_EQ(win->lblReadCount.caption(), " 1");
-    EXPECT_EQ(rig.board.initCount(), 3);  // one open for all 32 rows
-    readAll();
-    EXPECT_EQ(Column(win->Shape1, &Lamp::color), Every(kGreen));
-}
 
 // A row takes part in Read All and Write All when its address is two characters long and, for
 // Write All, its value too; a value is then sent as it stands, not checked nor upper-cased.
@@ -127,7 +106,7 @@ TEST_F(RegisterTable, FailedRowsShowDashesAndCopyTakesWhatTheReadBoxesHold) {
     readAll();
     writeAll();
     EXPECT_EQ(sent().size(), 32u);
-    EXPECT_EQ(Column(win->Shape1, &Lamp::color)[31], kLightRed);
+    EXPECT_EQ(win->Shape1[31].color(), kLightRed);
     EXPECT_EQ(row(1), "-- red | red");
     EXPECT_EQ(win->txtBWrite[1].text(), "34");
     EXPECT_EQ(win->lblReadCount.caption(), " 0");
@@ -140,7 +119,7 @@ TEST_F(RegisterTable, FailedRowsShowDashesAndCopyTakesWhatTheReadBoxesHold) {
     win->txtRdByte_Click(2);
     EXPECT_EQ(row(2), "5A green | (black)");
     win->Command7_Click();
-    EXPECT_EQ(Column(win->txtBWrite, &TextBox::text), Column(win->txtRdByte, &TextBox::text));
+    for (const Row& r : table()) EXPECT_EQ(r.write, r.read);
     rig.clearSent();
     writeAll();
     EXPECT_EQ(sent().size(), 31u);
