@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 
+#include "foundation/hex_text.h"
 #include "panel_rig.h"
 
 namespace i2cbridge::testing {
@@ -16,15 +16,10 @@ protected:
         win->txtI2CAdr.setText(address);
         win->cmdTestComm_Click();
     }
-    static std::string hex(unsigned v, int digits) {
-        char s[12];
-        std::snprintf(s, sizeof s, "%0*X", digits, v);
-        return s;
-    }
     // The result label (caption, background, text colour), the two answer boxes and the
-    // addresses shown: "Good 008000 default | 1 5A | 60 61".
+    // addresses shown: "Good 8000 default | 1 5A | 60 61".
     std::string shown() {
-        auto rgb = [](RgbColor c) { return c ? hex(*c, 6) : std::string("default"); };
+        auto rgb = [](RgbColor c) { return c ? HexText(*c) : std::string("default"); };
         const Label& l = win->lblCommTest;
         return l.caption() + " " + rgb(l.backColor()) + " " + rgb(l.foreColor()) + " | " +
                win->txtTstReg[0].text() + " " + win->txtTstReg[1].text() + " | " +
@@ -33,7 +28,8 @@ protected:
     // The LED byte and which of the GPIO screen's red and green LED boxes are ticked.
     std::string leds() {
         FrmGPIO& g = rig.gpio();
-        return hex(rig.wb->GpioState.portCLedData, 2) + (g.ChKLedData[0].checked() ? " red" : "") +
+        return HexByteText(rig.wb->GpioState.portCLedData) +
+               (g.ChKLedData[0].checked() ? " red" : "") +
                (g.ChKLedData[1].checked() ? " green" : "");
     }
     long logCount(const std::string& message) {
@@ -53,13 +49,13 @@ TEST_F(CommTest, TheTestReadsRegisterTwoAndLightsTheLedThatSaysHowItWent) {
     test("60");
     EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFD, 0x00, 0x00}),
                               I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
-    EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
+    EXPECT_EQ(shown(), "Good 8000 default | 1 5A | 60 61");
     EXPECT_EQ(leds() + rig.gpio().txtPCHexData[2].text(), "FE greenFE");
     EXPECT_EQ(std::pair(rig.board.initCount(), rig.board.uninitCount()), std::pair(4, 4));
     EXPECT_EQ(std::pair(rig.wb->usb.UsbOpen, logCount("Already Opened")), std::pair(false, 2l));
     device60().registers[2] = 0x05;
     test("60");
-    EXPECT_EQ(shown(), "Good 008000 default | 1 5 | 60 61");  // no leading zero
+    EXPECT_EQ(shown(), "Good 8000 default | 1 5 | 60 61");  // no leading zero
 }
 
 // The address text is read as sixteen bits, so four digits may wrap to a negative value whose
@@ -73,9 +69,9 @@ TEST_F(CommTest, AddressesAreTestedAtTheirLowByteAndFFAndAboveRefused) {
         const char* shown;
     } cases[] = {{"FF", -1, "Fail FF0000 FFFFFF |   | -- --"},
                  {"7FFF", -1, "Fail FF0000 FFFFFF |   | -- --"},
-                 {"FE", 0xFF, "Good 008000 default | 1 5A | FE FF"},
+                 {"FE", 0xFF, "Good 8000 default | 1 5A | FE FF"},
                  {"FFFF", 0x00, "Fail FF0000 FFFFFF | 0 0 | FF 0"},
-                 {"8060", 0x61, "Good 008000 default | 1 5A | 60 61"},
+                 {"8060", 0x61, "Good 8000 default | 1 5A | 60 61"},
                  {"", 0x01, "Fail FF0000 FFFFFF | 0 0 | 0 1"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.typed);

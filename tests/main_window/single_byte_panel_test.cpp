@@ -13,15 +13,12 @@ using qb::kGreen;
 using qb::kLightGreen;
 using qb::kLightRed;
 
-// The read box, the count, the button's lamp and the outcome lamp, as "07| 1|10|10".
-std::string Outcome(FrmI2CGeneral& w, int button) {
-    return w.txtReadByte.text() + "|" + w.lblReadCount.caption() + "|" +
-           std::to_string(w.Shape2[button].color()) + "|" + std::to_string(w.Shape3.color());
+// The read box, the count, the button's lamp and the outcome lamp.
+auto Outcome(FrmI2CGeneral& w, int button) {
+    return std::tuple(w.txtReadByte.text(), w.lblReadCount.caption(), w.Shape2[button].color(),
+                      w.Shape3.color());
 }
-std::string Shown(const char* box, const char* count, int lamp, int outcome) {
-    return std::string(box) + "|" + count + "|" + std::to_string(lamp) + "|" +
-           std::to_string(outcome);
-}
+using Shown = std::tuple<std::string, std::string, int, int>;
 
 class SingleBytePanel : public PanelTest {
 protected:
