@@ -25,10 +25,10 @@ TEST(I2CFrames, RequestsAreCountAddressRegisterBytesThenData) {
 
 // A read answers its data count; a write acknowledges the address byte too.
 TEST(I2CFrames, ReplyCountJudgesTheExchange) {
-    EXPECT_TRUE(ReadReplyOk(1, 1));
-    EXPECT_FALSE(ReadReplyOk(0, 1));  // NAK, or a reply that never arrived
-    EXPECT_FALSE(ReadReplyOk(2, 1));
-    EXPECT_TRUE(ReadReplyOk(4, 4));
+    // A count of 0: a NAK, or a reply that never arrived.
+    EXPECT_EQ(
+        std::vector({ReadReplyOk(1, 1), ReadReplyOk(0, 1), ReadReplyOk(2, 1), ReadReplyOk(4, 4)}),
+        std::vector({true, false, false, true}));
     const struct {
         int count, regBytes, dataBytes;
         bool ok;

