@@ -28,7 +28,7 @@ TEST(ReadRegisterFile, JudgesEachLineByItsPlaceAndItsFields) {
         {"good", "I2C ADDRESS , 60\r\n00,a,b,c\r\n,,,\r\n", "60", {{0, abc}, {1, {}}}, {}, 3},
         {"lone LF and CR", "X , 3C\n00,a,b,c\r00,a,b,c", "3C", {{0, abc}, {1, abc}}, {}, 3},
         {"CR CR LF: a line end, then an empty line", "A , 60\r\r\n00,a,b,c", "60", {{1, abc}}, {2}, 3},
-        {"fields too few or too many", "A , 60, 61\r\n00,a,b\r\n00,a,b,c\r\n", {}, {{1, abc}}, {1, 2}, 3},
+        {"fields too few or too many", "A,60,61,62\r\n00,a,b\r\n00,a,b,c\r\n", {}, {{1, abc}}, {1, 2}, 3},
         {"a script", "# gain test\r\n00, 12, 34\r\n`D 10\r\n", {}, {}, {1, 2, 3}, 3},
         {"empty", "", {}, {}, {}, 0},
         // A line longer than any definitions file holds (a binary file) is bad, not kept whole.

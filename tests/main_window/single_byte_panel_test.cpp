@@ -86,7 +86,7 @@ TEST_F(SingleBytePanel, WriteValuesAreTidiedOrRefused) {
         int sentValue;  // -1: refused
     } cases[] = {{"", false, "00", 0x00},   {"c3", false, "C3", 0xC3}, {"zz", false, "00", 0x00},
                  {"3c", true, "3C", 0x3C},  {"1FF", false, "--", -1},  {"100", true, "--", -1},
-                 {"FFFF", false, "--", -1}, {"8000", false, "--", -1}};
+                 {"FFFF", false, "--", -1}, {"8000", false, "--", -1}, {"ff", false, "FF", 0xFF}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.typed);
         rig.clearSent();
