@@ -1,6 +1,7 @@
 #include "support/fakes.h"
 
 #include <algorithm>
+#include <regex>
 
 namespace i2cbridge::testing {
 
@@ -54,36 +55,12 @@ Rig::Rig(BoardSetup setup) {
     if (setup.refuseInterface) board.refuseInterface(usb_status::kBusy);
 }
 
-namespace {
-// Whether text at `at` is a time stamp: " :mm-dd-yyyy hh:mm:ss".
-bool IsStampAt(std::string_view text, std::size_t at) {
-    static constexpr std::string_view kShape = " :00-00-0000 00:00:00";
-    if (text.size() - at < kShape.size()) return false;
-    for (std::size_t i = 0; i < kShape.size(); ++i) {
-        const char c = text[at + i];
-        const bool digit = c >= '0' && c <= '9';
-        if (kShape[i] == '0' ? !digit : c != kShape[i]) return false;
-    }
-    return true;
-}
-}  // namespace
-
 std::vector<std::string> Messages(std::string_view log) {
-    static constexpr std::size_t kStampSize = 21;
-    std::vector<std::string> messages;
-    std::size_t start = 0;
-    for (std::size_t at = log.find(" :"); at != std::string_view::npos; at = log.find(" :", at)) {
-        if (!IsStampAt(log, at)) {
-            at += 2;
-            continue;
-        }
-        messages.emplace_back(log.substr(start, at - start));
-        at += kStampSize;
-        while (at < log.size() && (log[at] == '\r' || log[at] == '\n')) ++at;
-        start = at;
-    }
-    if (start < log.size()) messages.emplace_back(log.substr(start));
-    return messages;
+    static const std::regex stamp(R"( :\d\d-\d\d-\d{4} \d\d:\d\d:\d\d[\r\n]*)");
+    const std::string text(log);
+    if (text.empty()) return {};
+    return {std::sregex_token_iterator(text.begin(), text.end(), stamp, -1),
+            std::sregex_token_iterator()};
 }
 
 bool Rig::yieldUntilLogged(const std::string& text) {
