@@ -99,10 +99,7 @@ TEST_F(AboutBox, LoadShowsTheBuildsVersionAndOkAsksTheViewToClose) {
 // empties it. Every key opened is closed again.
 TEST_F(AboutBox, RegistryValuesAreReadAsText) {
     os.values["K|Name"] = {registry::kTypeString, std::string("C:\\tools\\x.exe\0", 15)};
-    os.values["K|Plain"] = {registry::kTypeString, "no terminator"};
-    os.values["K|Empty"] = {registry::kTypeString, ""};
     os.values["K|Nul"] = {registry::kTypeString, std::string(1, '\0')};
-    os.values["K|Num"] = {registry::kTypeNumber, std::string("\x78\x56\x34\x12", 4)};
     os.values["K|Low"] = {registry::kTypeNumber, std::string("\x0A\x01\x00\x00", 4)};
     os.values["K|Bin"] = {3, std::string("\x01\x02", 2)};
     os.values["K|Huge"] = {registry::kTypeString, std::string(1025, 'a')};
@@ -112,10 +109,7 @@ TEST_F(AboutBox, RegistryValuesAreReadAsText) {
         const char* text;
     } cases[] = {
         {"K", "Name", true, "C:\\tools\\x.exe"},
-        {"K", "Plain", true, "no terminator"},
-        {"K", "Empty", true, ""},
         {"K", "Nul", true, ""},
-        {"K", "Num", true, "12345678"},
         {"K", "Low", true, "00010A"},
         {"K", "Bin", true, "stale"},
         {"K", "Huge", false, ""},

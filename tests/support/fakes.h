@@ -22,7 +22,6 @@ namespace i2cbridge::testing {
 class FakePump : public UiPump {
 public:
     explicit FakePump(BoardDriver* driver = nullptr) : driver_(driver) {}
-    void setDriver(BoardDriver* driver) { driver_ = driver; }
 
     void yield() override;
     void sleepMs(int milliseconds) override { sleptMs += milliseconds; }
@@ -114,14 +113,5 @@ struct Rig {
 private:
     std::size_t mark_ = 0;
 };
-
-// The time stamp the fake clock writes: " :11-18-2026 17:05:09". Only the program log's own
-// test pins the stamp's form; every other test reads the log through Messages().
-inline constexpr const char* kStamp = " :11-18-2026 17:05:09";
-
-// One log entry as AppendLogLine writes it with a CR LF suffix.
-inline std::string Entry(const std::string& text) {
-    return text + kStamp + "\r\n\r\n";
-}
 
 }  // namespace i2cbridge::testing
