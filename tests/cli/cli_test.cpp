@@ -101,8 +101,8 @@ TEST_F(Cli, EveryPointShowsInTheStatusAndTheLastLine) {
         {"5", "cli run s.txt --simulate --record-dir rec >/dev/null && ls rec", 0, "s_DL.txt"},
         {"5", "cli run s.txt --simulate --record-dir blocked | sed -n 2p", 1,
          "002 60 - - - FAIL (record blocked/s_DL.txt not written: Is a directory)"},
-        {"5", "cli run s.txt s_DL.txt --simulate --record-dir rec", 0,
-         "1 passed, 0 failed, 0 skipped"},
+        {"5", "cli run s.txt s_DL.txt --simulate --record-dir rec 2>&1 >/dev/null", 0,
+         "i2cbridge-cli: not running s_DL.txt: a record of an earlier run"},
         // Junk is found when the script is read; --lenient runs it as the window would.
         {"6", "cli run junk.txt --simulate", 2,
          "i2cbridge-cli: junk.txt has lines that cannot be read cleanly; --lenient runs it anyway"},
@@ -135,6 +135,7 @@ TEST_F(Cli, EveryPointShowsInTheStatusAndTheLastLine) {
         // No board, trace by extension, messages as warnings.
         {"11", "cli read 60 02 --vid 1234 --pid 5678 2>&1 | sed -n 1p", 3,
          "i2cbridge-cli: no board found (vendor 1234, product 5678)"},
+        {"11", "cli read 60 02 --vid 1234 --pid 5678 -q 2>&1 | wc -l", 3, "1"},  // no advice
         {"11",
          "cli read 60 02 --simulate --trace x.PCAP && tshark -r x.PCAP -T fields -e "
          "usb.endpoint_address | sed -n 1p",
@@ -158,6 +159,10 @@ TEST_F(Cli, EveryPointShowsInTheStatusAndTheLastLine) {
         {"-", "cli run t.txt --simulate --update-expected new.txt; cli run new.txt --simulate", 0,
          "2 passed, 0 failed, 0 skipped"},
         {"-", "cli scan --simulate --expect 40,60,A0", 0, "Write addresses: 40 60 A0"},
+        {"-", "cli scan --simulate | sed -n 4p", 0,
+         "20: 20 -- -- -- -- -- -- -- -- -- -- -- -- -- -- --"},  // no character column
+        {"-", "cli scan --simulate --json", 0, R"({"found":["40","60","A0"]})"},
+        {"-", "cli read 60 02 2 --simulate -q", 0, "5A 00"},
         {"-", "cli scan --simulate --expect 60,A0", 1,
          "i2cbridge-cli: expected 60 A0, found 40 60 A0"},
         {"-", "cli gpio --simulate --enables FFFF 5AA5", 0,
@@ -179,11 +184,11 @@ TEST_F(Cli, InterruptedRunReportsWhatItHas) {
     const Outcome outcome =
         Bash(dir.path().string(),
              "\"$CLI\" run pass.txt --simulate --loop 100000 --junit sig.xml >out.txt 2>&1 "
-             "& sleep 1; kill -INT $!; wait $!; echo $?; tail -1 out.txt; "
-             "junit sig.xml");
+             "& sleep 1; kill -INT $!; wait $!; echo $?; grep -c 'stopped by SIGINT' out.txt; "
+             "tail -1 out.txt; junit sig.xml");
     EXPECT_TRUE(std::regex_match(
         outcome.out,
-        std::regex("130\n[1-9][0-9]* passed, 0 failed, 1 skipped\n[1-9][0-9]* 0 0 1 0.0\n")))
+        std::regex("130\n1\n[1-9][0-9]* passed, 0 failed, 1 skipped\n[1-9][0-9]* 0 0 1 0.0\n")))
         << outcome.out;
 }
 
