@@ -52,37 +52,25 @@ TEST(ScriptReader, OneLineMakesOneRow) {
         {"5,7,9", "05", "07", "09", "--", " Reg:1 W:1 R:1", "", 1, 1, 1},
         {"1234,ABCDEF", "1234", "ABCDEF", "", "", " Reg:2 W:3", "", 2, 3},
         {",AA", "", "AA", "", "", " W:1", "No Internal Register", 0, 1},
-        {"abc,12345", "ABC", "12345", "", "", " Reg:2 W:2", "", 2, 2},
         {"1,abc", "01", "0ABC", "", "", " Reg:1 W:2", "", 1, 2},
         {"a, b c ,\td\t# note", "0A", "BC", "0D", "--", " Reg:1 W:1 R:1", "# note", 1, 1, 1},
         {",,123 # x", "", "", "0123", "--", " R:2", "No Internal Register# x", 0, 0, 2},
-        {"ab#cd,ef", "AB", "", "", "", " Reg:1", "#cd,ef", 1},
-        {"1\0172,3", "12", "03", "", "", " Reg:1 W:1", "", 1, 1},
         {"  # only a comment", "", "", "", "", "NOP", "# only a comment"},
         {" `IE", "`IE", "", "", "", " Reg:2", "", 2},  // a command must start in column one
-        // Commands, and lines that are nearly one.
+        // Commands, and lines that are nearly one: one row per rule.
         {"`IE", "", "", "", "", "Cmd: Int Enable", ""},
-        {"`IE   # enable", "", "", "", "", "Cmd: Int Enable", "# enable"},
         {"`IE ", "", "", "", "", "Cmd:", ""},
         {"`ID", "", "", "", "", "Cmd: Int Disable", ""},
-        {"`S", "", "", "", "", "Cmd: Save File", ""},
         {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
         // Code 15 turns into blanks, which a comment removes (found by the fuzzer).
         {"`\017\017ENDM\017 #c", "", "", "", "", "Cmd: End Main", "#c"},
-        {"`EISTART", "", "", "", "", "Cmd: Int Start", ""},
-        {"`EIEND", "", "", "", "", "Cmd: Int End", ""},
         {"`a5", "", "", "", "", "Cmd:", ""},
-        {"`", "", "", "", "", "Cmd:", ""},
-        {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
         {"`G12345678", "", "12345678", "12345678", "", "Cmd: GPIO:12345678", "", 0, 4, 4},
         {"`G123", "", "", "", "", "Cmd:", ""},
         {"`w", "", "", "", "", "Cmd: Delay Keypress", "", 0, 0, 0, -1},
         {"`w100 # pause", "", "", "", "", "Cmd:Delay :100: mSec", "# pause", 0, 0, 0, 100},
         {"`w32767", "", "", "", "", "Cmd:Delay :32767: mSec", "", 0, 0, 0, 32767},
-        {"`w-32768", "", "", "", "", "Cmd:Delay :-32768: mSec", "", 0, 0, 0, -32768},
         {"`w32768", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w99999999999999999999", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w 100", "", "", "", "", "Error Delay_Time", delayError},
         {"`wx # c", "", "", "", "", "Error Delay_Time", "# c" + delayError},
     };
     for (const Cells& c : cases) {
@@ -112,7 +100,6 @@ TEST(ScriptReader, LineEnds) {
         {"\r\n", {""}},
         {"A\rB\r", {"A", "B"}},
         {"A\n\rB", {"A", "", "B"}},
-        {"A\r\rB", {"A", "", "B"}},
     };
     for (const auto& [text, lines] : cases) {
         EXPECT_EQ(SplitScriptLines(text), lines);
@@ -159,7 +146,6 @@ TEST(ScriptReader, RemarksListWhatCouldNotBeReadCleanly) {
     } cases[] = {
         {"ZZ,QQ,RR\r\n", {{1, notHex, "Not hexadecimal: ZZ QQ RR"}}},
         {"02,,5a\r\n01,0x12,3C # zz\r\n", {{2, notHex, "Not hexadecimal: 0x12"}}},
-        {"01,2,3,zz\r\n`wX\r\n`Aqq\r\n# zz\r\n", {}},  // ignored fields, other commands
         {"`GZZ12\r\n", {{1, notHex, "Not hexadecimal: ZZ12"}}},
         {bom + "02,,5A\r\n", {{1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped"}}},
     };
@@ -187,11 +173,9 @@ TEST(RecordText, ExpectedDataIsReplacedAndEverythingElseKept) {
         const char *line, *actual, *written;
     } cases[] = {
         {"10,,3C # id", "3D", "10,,3D # id"},
-        {"10,,3C,x", "3D", "10,,3D,x"},
         {"10,,5", "05", "10,,05"},  // shorter expected data than the data read
         {"10,, 3c   # blanks stay", "3D", "10,, 3D   # blanks stay"},
         {"0010,,AABBCCDD#c", "00112233", "0010,,00112233#c"},
-        {"10,,3C\t#t", "3D", "10,,3D\t#t"},
         {"10,3C", "3D", "10,3C"},  // no third field: left alone
     };
     for (const auto& c : cases) {
@@ -215,7 +199,6 @@ TEST(RecordText, DataLogGoesBeforeTheExtension) {
         {"/tests/a1.txt", "/tests/a1_DL.txt"},
         {"/tests/a1", "/tests/a1_DL"},
         {"/tests.d/a1", "/tests.d/a1_DL"},
-        {"/tests/.hidden", "/tests/.hidden_DL"},
         {"C:\\tests\\a1.txt", "C:\\tests\\a1_DL.txt"},
     };
     for (const auto& [script, log] : cases) {
