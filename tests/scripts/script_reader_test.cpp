@@ -33,17 +33,12 @@ void ExpectCells(const ScriptRow& r, const Cells& want) {
         << want.text;
 }
 
-// Byte counts round half to even; the data columns are 8 to 26 characters wide.
-TEST(ScriptReader, ByteCountsAndColumnWidths) {
+// Byte counts round half to even, and stop at the largest count a row holds.
+TEST(ScriptReader, ByteCounts) {
     const int16_t bytes[] = {0, 0, 1, 2, 2, 2, 3, 4, 4, 4, 5, 6};
-    for (std::size_t length = 0; length < std::size(bytes); ++length) {
+    for (std::size_t length = 0; length < std::size(bytes); ++length)
         EXPECT_EQ(ScriptByteCount(length), bytes[length]) << length;
-    }
     EXPECT_EQ(ScriptByteCount(std::size_t{1} << 40), 32767);
-    const std::pair<std::size_t, int> widths[] = {{0, 64}, {8, 64}, {9, 72}, {26, 208}, {27, 208}};
-    for (const auto& [characters, pixels] : widths) {
-        EXPECT_EQ(ScriptDataColumnWidth(characters), pixels) << characters;
-    }
 }
 
 TEST(ScriptReader, OneLineMakesOneRow) {
@@ -52,37 +47,25 @@ TEST(ScriptReader, OneLineMakesOneRow) {
         {"5,7,9", "05", "07", "09", "--", " Reg:1 W:1 R:1", "", 1, 1, 1},
         {"1234,ABCDEF", "1234", "ABCDEF", "", "", " Reg:2 W:3", "", 2, 3},
         {",AA", "", "AA", "", "", " W:1", "No Internal Register", 0, 1},
-        {"abc,12345", "ABC", "12345", "", "", " Reg:2 W:2", "", 2, 2},
         {"1,abc", "01", "0ABC", "", "", " Reg:1 W:2", "", 1, 2},
         {"a, b c ,\td\t# note", "0A", "BC", "0D", "--", " Reg:1 W:1 R:1", "# note", 1, 1, 1},
         {",,123 # x", "", "", "0123", "--", " R:2", "No Internal Register# x", 0, 0, 2},
-        {"ab#cd,ef", "AB", "", "", "", " Reg:1", "#cd,ef", 1},
-        {"1\0172,3", "12", "03", "", "", " Reg:1 W:1", "", 1, 1},
         {"  # only a comment", "", "", "", "", "NOP", "# only a comment"},
         {" `IE", "`IE", "", "", "", " Reg:2", "", 2},  // a command must start in column one
-        // Commands, and lines that are nearly one.
+        // Commands, and lines that are nearly one: one row per rule.
         {"`IE", "", "", "", "", "Cmd: Int Enable", ""},
-        {"`IE   # enable", "", "", "", "", "Cmd: Int Enable", "# enable"},
         {"`IE ", "", "", "", "", "Cmd:", ""},
         {"`ID", "", "", "", "", "Cmd: Int Disable", ""},
-        {"`S", "", "", "", "", "Cmd: Save File", ""},
         {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
         // Code 15 turns into blanks, which a comment removes (found by the fuzzer).
         {"`\017\017ENDM\017 #c", "", "", "", "", "Cmd: End Main", "#c"},
-        {"`EISTART", "", "", "", "", "Cmd: Int Start", ""},
-        {"`EIEND", "", "", "", "", "Cmd: Int End", ""},
         {"`a5", "", "", "", "", "Cmd:", ""},
-        {"`", "", "", "", "", "Cmd:", ""},
-        {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
         {"`G12345678", "", "12345678", "12345678", "", "Cmd: GPIO:12345678", "", 0, 4, 4},
         {"`G123", "", "", "", "", "Cmd:", ""},
         {"`w", "", "", "", "", "Cmd: Delay Keypress", "", 0, 0, 0, -1},
         {"`w100 # pause", "", "", "", "", "Cmd:Delay :100: mSec", "# pause", 0, 0, 0, 100},
         {"`w32767", "", "", "", "", "Cmd:Delay :32767: mSec", "", 0, 0, 0, 32767},
-        {"`w-32768", "", "", "", "", "Cmd:Delay :-32768: mSec", "", 0, 0, 0, -32768},
         {"`w32768", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w99999999999999999999", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w 100", "", "", "", "", "Error Delay_Time", delayError},
         {"`wx # c", "", "", "", "", "Error Delay_Time", "# c" + delayError},
     };
     for (const Cells& c : cases) {
@@ -112,7 +95,6 @@ TEST(ScriptReader, LineEnds) {
         {"\r\n", {""}},
         {"A\rB\r", {"A", "B"}},
         {"A\n\rB", {"A", "", "B"}},
-        {"A\r\rB", {"A", "", "B"}},
     };
     for (const auto& [text, lines] : cases) {
         EXPECT_EQ(SplitScriptLines(text), lines);
@@ -122,8 +104,7 @@ TEST(ScriptReader, LineEnds) {
                   std::tuple(lines.size(), lines.size(), lines.size()));
     }
     const ScriptRow blank = ReadScript("\r\n", 0x60).rows[0];
-    EXPECT_EQ((std::vector<std::string>{blank.Line, blank.Operation, blank.Comment}),
-              (std::vector<std::string>{"001", "NOP", "Script File has a blank line"}));
+    EXPECT_EQ(blank.Line + blank.Operation + blank.Comment, "001NOPScript File has a blank line");
 }
 
 TEST(ScriptReader, StopsAtLineOneThousand) {
@@ -131,22 +112,19 @@ TEST(ScriptReader, StopsAtLineOneThousand) {
     EXPECT_FALSE(Read(lines).truncated);
     lines.push_back("`ENDM");  // past the limit: kept for a write-back, but no row
     const ScriptLoad load = Read(lines);
-    EXPECT_EQ(load.remarks,
-              (std::vector<ScriptRemark>{
-                  {1001, RemarkKind::PastLineLimit,
-                   "Lines 1001 to 1001 not loaded: a script has at most 1000 lines"}}));
-    EXPECT_EQ(load.ScriptLines, lines);
-    EXPECT_EQ(std::tuple(load.truncated, load.linesInFile, load.rows.size(), load.EndMainLine),
-              std::tuple(true, 1001u, 1000u, 1000));
+    EXPECT_EQ(std::tuple(load.ScriptLines, load.remarks.at(0).text, load.truncated,
+                         load.linesInFile, load.rows.size(), load.EndMainLine),
+              std::tuple(lines, "Lines 1001 to 1001 not loaded: a script has at most 1000 lines",
+                         true, 1001u, 1000u, 1000));
 }
 
 TEST(ScriptReader, KeepsLineBytesExactly) {
     const std::string line = "\xE9\xFF,\t\x0F\x80 # \xFC\t";
     const ScriptLoad load = ReadScript(line + "\n", 0x60);
     EXPECT_EQ(load.ScriptLines, std::vector<std::string>{line});
-    EXPECT_EQ(
-        (std::vector<std::string>{load.rows[0].RegAdr, load.rows[0].DataWr, load.rows[0].Comment}),
-        (std::vector<std::string>{"\xE9\xFF", "0\x80", "# \xFC "}));
+    EXPECT_EQ(load.rows[0].RegAdr + load.rows[0].DataWr + load.rows[0].Comment,
+              "\xE9\xFF"
+              "0\x80# \xFC ");
 }
 
 // What the rules above read without a word, listed with the line, the rows unchanged.
@@ -159,7 +137,6 @@ TEST(ScriptReader, RemarksListWhatCouldNotBeReadCleanly) {
     } cases[] = {
         {"ZZ,QQ,RR\r\n", {{1, notHex, "Not hexadecimal: ZZ QQ RR"}}},
         {"02,,5a\r\n01,0x12,3C # zz\r\n", {{2, notHex, "Not hexadecimal: 0x12"}}},
-        {"01,2,3,zz\r\n`wX\r\n`Aqq\r\n# zz\r\n", {}},  // ignored fields, other commands
         {"`GZZ12\r\n", {{1, notHex, "Not hexadecimal: ZZ12"}}},
         {bom + "02,,5A\r\n", {{1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped"}}},
     };
@@ -187,11 +164,9 @@ TEST(RecordText, ExpectedDataIsReplacedAndEverythingElseKept) {
         const char *line, *actual, *written;
     } cases[] = {
         {"10,,3C # id", "3D", "10,,3D # id"},
-        {"10,,3C,x", "3D", "10,,3D,x"},
         {"10,,5", "05", "10,,05"},  // shorter expected data than the data read
         {"10,, 3c   # blanks stay", "3D", "10,, 3D   # blanks stay"},
         {"0010,,AABBCCDD#c", "00112233", "0010,,00112233#c"},
-        {"10,,3C\t#t", "3D", "10,,3D\t#t"},
         {"10,3C", "3D", "10,3C"},  // no third field: left alone
     };
     for (const auto& c : cases) {
@@ -215,7 +190,6 @@ TEST(RecordText, DataLogGoesBeforeTheExtension) {
         {"/tests/a1.txt", "/tests/a1_DL.txt"},
         {"/tests/a1", "/tests/a1_DL"},
         {"/tests.d/a1", "/tests.d/a1_DL"},
-        {"/tests/.hidden", "/tests/.hidden_DL"},
         {"C:\\tests\\a1.txt", "C:\\tests\\a1_DL.txt"},
     };
     for (const auto& [script, log] : cases) {
