@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 
+#include "foundation/append_file.h"
 #include "foundation/whole_file.h"
 #include "support/temp_dir.h"
 
@@ -129,25 +130,35 @@ TEST(WriteFileAtomically, RefusalsSayWhyAndChangeNothing) {
     }
 }
 
-// A write that fails part way (here: a file size limit, as a full disk would) leaves the
-// earlier file whole and removes the half-written one.
+// A write that fails part way (here: a file size limit, as a full disk would) says why and
+// leaves the earlier file whole: a save removes its half-written copy, an append cuts the file
+// back to its old length.
 TEST_F(WriteFileAtomicallyTest, AFailedWriteLeavesTheEarlierFileWhole) {
-    const std::string old = "I2C ADDRESS , 60\r\n";
-    WriteBytes(path, old);
-
-    struct rlimit saved {};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    auto* previous = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit small = saved;
-    small.rlim_cur = 64;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-    const auto failure = WriteFileAtomically(path, std::string(1000, 'y'));
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, previous);
-
-    EXPECT_EQ(failure.value_or("").rfind("writing failed: ", 0), 0u) << failure.value_or("");
-    EXPECT_EQ(ReadBytes(path), old);
-    EXPECT_EQ(dir.entries(), 1) << "the half-written file was left behind";
+    const struct {
+        const char* why;  // how the failure begins
+        std::optional<std::string> (*write)(const std::string&, std::string_view);
+    } writers[] = {
+        {"writing failed: ",
+         [](const std::string& p, std::string_view d) { return WriteFileAtomically(p, d); }},
+        {"File too large", AppendFileWhole},
+    };
+    for (const auto& w : writers) {
+        SCOPED_TRACE(w.why);
+        const std::string old = "I2C ADDRESS , 60\r\n";
+        WriteBytes(path, old);
+        struct rlimit saved {};
+        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+        auto* previous = std::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit small = saved;
+        small.rlim_cur = 64;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        const auto failure = w.write(path, std::string(1000, 'y'));
+        ::setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, previous);
+        EXPECT_EQ(failure.value_or("").rfind(w.why, 0), 0u) << failure.value_or("");
+        EXPECT_EQ(ReadBytes(path), old);
+        EXPECT_EQ(dir.entries(), 1) << "the half-written file was left behind";
+    }
 }
 
 // A replaced file keeps its permissions; a new one gets the usual ones through the umask.
@@ -162,25 +173,20 @@ TEST_F(WriteFileAtomicallyTest, PermissionsOfAReplacedFileAreKeptAndANewFileFoll
     EXPECT_EQ(std::pair(ModeOf(path), ModeOf(dir.file("new.qrl"))), std::pair(0640u, 0644u));
 }
 
-TEST_F(WriteFileAtomicallyTest, SavingThroughALinkReplacesTheFileItNames) {
+// Through a link the file it names is replaced; a bare name is written in the current folder.
+TEST_F(WriteFileAtomicallyTest, LinksAreFollowedAndBareNamesLandInTheCurrentFolder) {
     fs::create_directory(dir.file("real"));
-    const std::string real = dir.file("real/setup.qrl");
-    WriteBytes(real, "old");
-    fs::create_symlink(real, dir.file("link.qrl"));
-    EXPECT_EQ(WriteFileAtomically(dir.file("link.qrl"), "new"), std::nullopt);
-    EXPECT_TRUE(fs::is_symlink(dir.file("link.qrl")));
-    EXPECT_EQ(ReadBytes(real), "new");
-    EXPECT_EQ(dir.entries(), 2);
-}
-
-TEST_F(WriteFileAtomicallyTest, ARelativeNameIsWrittenInTheCurrentFolder) {
+    WriteBytes(dir.file("real/setup.qrl"), "old");
+    fs::create_symlink(dir.file("real/setup.qrl"), dir.file("link.qrl"));
     const fs::path before = fs::current_path();
     fs::current_path(dir.path());
-    const auto failure = WriteFileAtomically("bare", "text");
+    const auto failures =
+        std::pair(WriteFileAtomically("link.qrl", "new"), WriteFileAtomically("bare", "text"));
     fs::current_path(before);
-    EXPECT_EQ(failure, std::nullopt);
-    EXPECT_EQ(ReadBytes(dir.file("bare")), "text");
-    EXPECT_EQ(dir.entries(), 1);
+    EXPECT_EQ(failures, std::pair(std::optional<std::string>(), std::optional<std::string>()));
+    EXPECT_TRUE(fs::is_symlink(dir.file("link.qrl")));
+    EXPECT_EQ(ReadBytes(dir.file("real/setup.qrl")) + ReadBytes(dir.file("bare")), "newtext");
+    EXPECT_EQ(dir.entries(), 3);
 }
 
 }  // namespace

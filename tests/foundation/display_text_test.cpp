@@ -15,6 +15,7 @@ TEST(DisplayText, ValidUtf8IsShownAsItIsAndAnythingElseAsWindows1252) {
         {"", ""},
         {"Status 8F", "Status 8F"},
         {"Phase 90° at 10 µs", "Phase 90° at 10 µs"},
+        {"\xF0\x9F\x98\x80 ok", "\xF0\x9F\x98\x80 ok"},  // four bytes
         {"Phase 90\xB0 at 10 \xB5s", "Phase 90° at 10 µs"},
         {"\x80\x81\x9F\xFF", "€\u0081Ÿÿ"},  // 81 is undefined in Windows-1252
         {"\xC0\x80", "À€"},                 // an overlong form

@@ -1,7 +1,10 @@
+// The communications test: register 2 of the device, "Good" or "Fail", and the board's LEDs.
+
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <algorithm>
 
+#include "foundation/hex_text.h"
 #include "panel_rig.h"
 
 namespace i2cbridge::testing {
@@ -13,15 +16,10 @@ protected:
         win->txtI2CAdr.setText(address);
         win->cmdTestComm_Click();
     }
-    static std::string hex(unsigned v, int digits) {
-        char s[12];
-        std::snprintf(s, sizeof s, "%0*X", digits, v);
-        return s;
-    }
     // The result label (caption, background, text colour), the two answer boxes and the
-    // addresses shown: "Good 008000 default | 1 5A | 60 61".
+    // addresses shown: "Good 8000 default | 1 5A | 60 61".
     std::string shown() {
-        auto rgb = [](RgbColor c) { return c ? hex(*c, 6) : std::string("default"); };
+        auto rgb = [](RgbColor c) { return c ? HexText(*c) : std::string("default"); };
         const Label& l = win->lblCommTest;
         return l.caption() + " " + rgb(l.backColor()) + " " + rgb(l.foreColor()) + " | " +
                win->txtTstReg[0].text() + " " + win->txtTstReg[1].text() + " | " +
@@ -30,124 +28,68 @@ protected:
     // The LED byte and which of the GPIO screen's red and green LED boxes are ticked.
     std::string leds() {
         FrmGPIO& g = rig.gpio();
-        return hex(rig.wb->GpioState.portCLedData, 2) + (g.ChKLedData[0].checked() ? " red" : "") +
+        return HexByteText(rig.wb->GpioState.portCLedData) +
+               (g.ChKLedData[0].checked() ? " red" : "") +
                (g.ChKLedData[1].checked() ? " green" : "");
     }
-    static std::size_t count(const std::string& text, const std::string& what) {
-        std::size_t n = 0;
-        for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-        return n;
+    long logCount(const std::string& message) {
+        const Texts log = logged();
+        return std::count(log.begin(), log.end(), message);
     }
 };
 
-TEST_F(CommTest, GoodReadsRegisterTwoAndLightsTheGreenLedOnOneOpen) {
-    test("60");
-    // The test frame, then one enables-and-data GPIO frame with red off and green on.
-    EXPECT_EQ(sent(),
-              (std::vector<WireFrame>{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
-    EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
-    EXPECT_EQ(leds(), "FE green");
-    EXPECT_EQ(rig.wb->GpioState.portCLedEnables, 0x00);  // the LED enables are left alone
-    EXPECT_EQ(rig.gpio().txtPCHexData[2].text(), "FE");
-    // Automatic mode opens once; the nested GPIO open only logs.
-    EXPECT_EQ(rig.board.initCount(), 3);  // probe, start-up GPIO write, this test
-    EXPECT_EQ(rig.board.uninitCount(), 3);
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
-    EXPECT_EQ(count(rig.logSinceMark(), Entry("Already Opened")), 1u);
-    EXPECT_EQ(win->txthDriver.text(), "Closed");
-
-    device60().registers[2] = 0x05;
-    test("60");
-    EXPECT_EQ(shown(), "Good 008000 default | 1 5 | 60 61");  // no leading zero
-}
-
-TEST_F(CommTest, NakFailsAndLightsTheRedLedAndAGoodTestTurnsTheLedsBack) {
+// A failed test asks for the red LED, a good one for the green; each sends the test frame and
+// one enables-and-data GPIO frame. Automatic mode opens once; the nested GPIO open only logs.
+TEST_F(CommTest, TheTestReadsRegisterTwoAndLightsTheLedThatSaysHowItWent) {
     device60().nakAddress = true;
     test("60");
     EXPECT_EQ(shown(), "Fail FF0000 FFFFFF | 0 0 | 60 61");
     EXPECT_EQ(leds(), "FD red");
     device60().nakAddress = false;
     test("60");
-    EXPECT_EQ(sent(),
-              (std::vector<WireFrame>{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFD, 0x00, 0x00}),
-                                      I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
-    EXPECT_EQ(shown(), "Good 008000 default | 1 5A | 60 61");
-    EXPECT_EQ(leds(), "FE green");
-}
-
-TEST_F(CommTest, NoBoardFailsWithoutSendingAndKeepsGoing) {
-    rig.board.unplug();
+    EXPECT_EQ(sent(), (Frames{I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFD, 0x00, 0x00}),
+                              I2C({0x01, 0x61, 0x02}), Gpio({0xFF, 0xFE, 0x00, 0x00})}));
+    EXPECT_EQ(shown(), "Good 8000 default | 1 5A | 60 61");
+    EXPECT_EQ(leds() + rig.gpio().txtPCHexData[2].text(), "FE greenFE");
+    EXPECT_EQ(std::pair(rig.board.initCount(), rig.board.uninitCount()), std::pair(4, 4));
+    EXPECT_EQ(std::pair(rig.wb->usb.UsbOpen, logCount("Already Opened")), std::pair(false, 2l));
+    device60().registers[2] = 0x05;
     test("60");
-    EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(shown(), "Fail FF0000 FFFFFF | 0 0 | 60 61");
-    EXPECT_EQ(leds(), "FD red");  // the red LED is still requested
-    const std::string log = rig.logSinceMark();
-    EXPECT_NE(log.find("WriteGPIOPipe: WDU_GetDeviceInfo() failed:"), std::string::npos);
-    EXPECT_NE(log.find("ReadPipe: WDU_GetDeviceInfo() failed:"), std::string::npos);
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
-    EXPECT_TRUE(rig.dialogs.messages.empty());
+    EXPECT_EQ(shown(), "Good 8000 default | 1 5 | 60 61");  // no leading zero
 }
 
 // The address text is read as sixteen bits, so four digits may wrap to a negative value whose
-// low byte is the address; only FF and above (as a positive value) are refused.
-TEST_F(CommTest, AcceptedAddressesAreTestedAtTheirLowByte) {
+// low byte is the address; only FF and above (as a positive value) are refused, the board opened
+// and closed all the same.
+TEST_F(CommTest, AddressesAreTestedAtTheirLowByteAndFFAndAboveRefused) {
     addDevice(0xFE);
     const struct {
         const char* typed;
-        uint8_t readAddress;
-        const char *shownWrite, *shownRead, *result;
-    } cases[] = {{"FE", 0xFF, "FE", "FF", "Good"},
-                 {"FFFF", 0x00, "FF", "0", "Fail"},
-                 {"8060", 0x61, "60", "61", "Good"},
-                 {"", 0x01, "0", "1", "Fail"}};
+        int readAddress;  // -1: refused, nothing sent
+        const char* shown;
+    } cases[] = {{"FF", -1, "Fail FF0000 FFFFFF |   | -- --"},
+                 {"7FFF", -1, "Fail FF0000 FFFFFF |   | -- --"},
+                 {"FE", 0xFF, "Good 8000 default | 1 5A | FE FF"},
+                 {"FFFF", 0x00, "Fail FF0000 FFFFFF | 0 0 | FF 0"},
+                 {"8060", 0x61, "Good 8000 default | 1 5A | 60 61"},
+                 {"", 0x01, "Fail FF0000 FFFFFF | 0 0 | 0 1"}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.typed);
+        const bool refused = c.readAddress < 0;
         rig.clearSent();
-        test(c.typed);
-        EXPECT_EQ(std::tuple(sent().front(), win->txtActualWrtAddress.text(),
-                             win->txtActualReadAddress.text(), win->lblCommTest.caption()),
-                  std::tuple(I2C({0x01, c.readAddress, 0x02}), c.shownWrite, c.shownRead, c.result))
-            << c.typed;
-    }
-}
-
-TEST_F(CommTest, FFAndAboveAreRefusedWithoutTransfer) {
-    for (const char* address : {"FF", "100", "7FFF"}) {
         rig.markLog();
-        win->lblCommTest.setCaption("Good");
-        test(address);
-        EXPECT_TRUE(sent().empty()) << address;
-        EXPECT_EQ(count(rig.logSinceMark(), Entry("Address value too large")), 1u) << address;
-        EXPECT_EQ(shown(), "Fail FF0000 FFFFFF |   | -- --") << address;
+        const int inits = rig.board.initCount();
+        const auto before = std::pair(rig.wb->i2c.I2CWriteAddress, leds());  // kept if refused
+        test(c.typed);
+        EXPECT_EQ(shown(), c.shown);
+        EXPECT_EQ(sent().empty() ? -1 : sent().front().bytes.at(1), c.readAddress);
+        EXPECT_EQ(logCount("Address value too large"), refused ? 1 : 0);
+        EXPECT_EQ(std::pair(rig.board.initCount() - inits, rig.wb->usb.UsbOpen),
+                  std::pair(1, false));
+        if (refused) {
+            EXPECT_EQ(std::pair(rig.wb->i2c.I2CWriteAddress, leds()), before);
+        }
     }
-    // The stored addresses and the LEDs keep what they had.
-    EXPECT_EQ(rig.wb->i2c.I2CWriteAddress, 0x60);
-    EXPECT_EQ(rig.wb->i2c.I2CReadAddress, 0x61);
-    EXPECT_EQ(leds(), "FF red green");
-    // Opened and closed all the same, once per test.
-    EXPECT_EQ(rig.board.initCount(), 2 + 3);
-    EXPECT_EQ(rig.board.uninitCount(), 2 + 3);
-    EXPECT_FALSE(rig.wb->usb.UsbOpen);
-}
-
-TEST_F(CommTest, ManualModeUsesTheConnectionAsTheUserLeftIt) {
-    manualMode(true);
-    test("60");
-    EXPECT_EQ(sent().size(), 2u);
-    EXPECT_EQ(win->lblCommTest.caption(), "Good");
-    EXPECT_TRUE(rig.wb->usb.UsbOpen);
-    EXPECT_EQ(rig.board.initCount(), 3);  // only the user's open
-    EXPECT_EQ(rig.logSinceMark().find("Already Opened"), std::string::npos);
-
-    rig.main().cmdUSBDisconnect_Click();
-    rig.markLog();
-    rig.clearSent();
-    test("60");
-    EXPECT_TRUE(sent().empty());
-    EXPECT_EQ(shown().substr(0, 18), "Fail FF0000 FFFFFF");
-    EXPECT_EQ(leds(), "FD red");
-    EXPECT_EQ(rig.board.initCount(), 3);
-    EXPECT_NE(rig.logSinceMark().find(Entry("Write GPIOPipe .. USB Not opened")),
-              std::string::npos);
 }
 
 TEST_F(CommTest, ReloadedGpioScreenStillGetsBothLedBitsRight) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "scripts/script_record_text.h"
+
 namespace i2cbridge {
 namespace {
 
@@ -20,12 +22,6 @@ struct Cells {
     int16_t regBytes = 0, wrBytes = 0, rdBytes = 0, delay = 0;
     bool operator==(const Cells&) const = default;
 };
-void PrintTo(const Cells& c, std::ostream* os) {
-    *os << c.RegAdr << "|" << c.DataWr << "|" << c.DataRd << "|" << c.ActRd << "|" << c.Operation
-        << "|" << c.Comment << "|" << c.regBytes << " " << c.wrBytes << " " << c.rdBytes << " "
-        << c.delay;
-}
-
 // A delay error paints the operation and the comment red, nothing else does.
 void ExpectCells(const ScriptRow& r, const Cells& want) {
     EXPECT_EQ((Cells{want.text, r.RegAdr, r.DataWr, r.DataRd, r.ActRd, r.Operation, r.Comment,
@@ -37,132 +33,47 @@ void ExpectCells(const ScriptRow& r, const Cells& want) {
         << want.text;
 }
 
-TEST(ScriptReader, WorkedExample) {
-    const std::vector<std::string> adr = {"60", "88", "88", "88", "88", "GPIO", "88", "88"};
-    const std::vector<Cells> want = {
-        {"# power-up test", "", "", "", "", "NOP", "# power-up test"},
-        {"`A88", "", "", "", "", "Cmd:Set I2C Adr", ""},
-        {"00, 5A", "00", "5A", "", "", " Reg:1 W:1", "", 1, 1},
-        {"01,,3c  # id", "01", "", "3C", "--", " Reg:1 R:1", "# id", 1, 0, 1},
-        {"`w250", "", "", "", "", "Cmd:Delay :250: mSec", "", 0, 0, 0, 250},
-        {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
-        {"", "", "", "", "", "NOP", "Script File has a blank line"},
-        {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
-    };
-    std::vector<std::string> lines;
-    for (const auto& w : want) lines.push_back(w.text);
-    const ScriptLoad load = Read(lines);
-    ASSERT_EQ(load.rows.size(), want.size());
-    for (std::size_t i = 0; i < want.size(); ++i) {
-        ExpectCells(load.rows[i], want[i]);
-        EXPECT_EQ(load.rows[i].Line, "00" + std::to_string(i + 1));
-        EXPECT_EQ(load.rows[i].I2CAdr, adr[i]);
-    }
-    EXPECT_EQ(load.ScriptLines, lines);
-    EXPECT_EQ(load.TotalReads, 1);
-    EXPECT_EQ(load.EndMainLine, 8);
-    EXPECT_FALSE(load.truncated);
-}
-
-TEST(ScriptReader, ByteCountsRoundHalfToEven) {
+// Byte counts round half to even, and stop at the largest count a row holds.
+TEST(ScriptReader, ByteCounts) {
     const int16_t bytes[] = {0, 0, 1, 2, 2, 2, 3, 4, 4, 4, 5, 6};
-    for (std::size_t length = 0; length < std::size(bytes); ++length) {
+    for (std::size_t length = 0; length < std::size(bytes); ++length)
         EXPECT_EQ(ScriptByteCount(length), bytes[length]) << length;
-    }
     EXPECT_EQ(ScriptByteCount(std::size_t{1} << 40), 32767);
 }
 
-TEST(ScriptReader, DataColumnWidth) {
-    const std::pair<std::size_t, int> widths[] = {{0, 64},   {2, 64},   {8, 64},   {9, 72},
-                                                  {25, 200}, {26, 208}, {27, 208}, {SIZE_MAX, 208}};
-    for (const auto& [characters, pixels] : widths) {
-        EXPECT_EQ(ScriptDataColumnWidth(characters), pixels) << characters;
-    }
-}
-
-TEST(ScriptReader, DataLines) {
+TEST(ScriptReader, OneLineMakesOneRow) {
+    const std::string delayError = "Delay Error: Time not numeric";
     const Cells cases[] = {
         {"5,7,9", "05", "07", "09", "--", " Reg:1 W:1 R:1", "", 1, 1, 1},
         {"1234,ABCDEF", "1234", "ABCDEF", "", "", " Reg:2 W:3", "", 2, 3},
         {",AA", "", "AA", "", "", " W:1", "No Internal Register", 0, 1},
-        {"abc,12345", "ABC", "12345", "", "", " Reg:2 W:2", "", 2, 2},
         {"1,abc", "01", "0ABC", "", "", " Reg:1 W:2", "", 1, 2},
         {"a, b c ,\td\t# note", "0A", "BC", "0D", "--", " Reg:1 W:1 R:1", "# note", 1, 1, 1},
         {",,123 # x", "", "", "0123", "--", " R:2", "No Internal Register# x", 0, 0, 2},
-        {"01,2,3,4,5", "01", "02", "03", "--", " Reg:1 W:1 R:1", "", 1, 1, 1},
-        {"1,,,5", "01", "", "", "", " Reg:1", "", 1},
-        {"ab#cd,ef", "AB", "", "", "", " Reg:1", "#cd,ef", 1},
-        {"1\x0F"
-         "2,3",
-         "12", "03", "", "", " Reg:1 W:1", "", 1, 1},
-        {"   ", "", "", "", "", "", "No Internal Register"},
-        {"\t", "", "", "", "", "", "No Internal Register"},
         {"  # only a comment", "", "", "", "", "NOP", "# only a comment"},
         {" `IE", "`IE", "", "", "", " Reg:2", "", 2},  // a command must start in column one
-    };
-    for (const Cells& c : cases) {
-        const ScriptLoad load = Read({c.text});
-        ASSERT_EQ(load.rows.size(), 1u);
-        ExpectCells(load.rows[0], c);
-        EXPECT_EQ(load.TotalReads, c.ActRd.empty() ? 0 : 1) << c.text;
-    }
-}
-
-TEST(ScriptReader, CommandsAndNearMisses) {
-    const std::string delayError = "Delay Error: Time not numeric";
-    const Cells cases[] = {
+        // Commands, and lines that are nearly one: one row per rule.
         {"`IE", "", "", "", "", "Cmd: Int Enable", ""},
-        {"`IE   # enable", "", "", "", "", "Cmd: Int Enable", "# enable"},
         {"`IE ", "", "", "", "", "Cmd:", ""},
-        {"`ie", "", "", "", "", "Cmd:", ""},
         {"`ID", "", "", "", "", "Cmd: Int Disable", ""},
-        {"`IDX", "", "", "", "", "Cmd:", ""},
-        {"`S", "", "", "", "", "Cmd: Save File", ""},
-        {"`S1", "", "", "", "", "Cmd:", ""},
-        {"`s", "", "", "", "", "Cmd:", ""},
         {"`ENDM", "", "", "", "", "Cmd: End Main", ""},
         // Code 15 turns into blanks, which a comment removes (found by the fuzzer).
-        {"`\x0f\x0f"
-         "ENDM\x0f #c",
-         "", "", "", "", "Cmd: End Main", "#c"},
-        {"`endm", "", "", "", "", "Cmd:", ""},
-        {"`EISTART", "", "", "", "", "Cmd: Int Start", ""},
-        {"`EIEND", "", "", "", "", "Cmd: Int End", ""},
-        {"`EIEND\t", "", "", "", "", "Cmd:", ""},
+        {"`\017\017ENDM\017 #c", "", "", "", "", "Cmd: End Main", "#c"},
         {"`a5", "", "", "", "", "Cmd:", ""},
-        {"`", "", "", "", "", "Cmd:", ""},
-        {"`#x", "", "", "", "", "Cmd:", "#x"},
-        {"`G1234", "", "1234", "1234", "", "Cmd: GPIO:1234", "", 0, 2, 2},
-        {"`Gab12 # led", "", "AB12", "AB12", "", "Cmd: GPIO:AB12", "# led", 0, 2, 2},
         {"`G12345678", "", "12345678", "12345678", "", "Cmd: GPIO:12345678", "", 0, 4, 4},
         {"`G123", "", "", "", "", "Cmd:", ""},
-        {"`G12345", "", "", "", "", "Cmd:", ""},
-        {"`g1234", "", "", "", "", "Cmd:", ""},
         {"`w", "", "", "", "", "Cmd: Delay Keypress", "", 0, 0, 0, -1},
-        {"`w  # wait", "", "", "", "", "Cmd: Delay Keypress", "# wait", 0, 0, 0, -1},
-        {"`W", "", "", "", "", "Cmd:", ""},
         {"`w100 # pause", "", "", "", "", "Cmd:Delay :100: mSec", "# pause", 0, 0, 0, 100},
-        {"`w0", "", "", "", "", "Cmd:Delay :0: mSec", ""},
-        {"`w+5", "", "", "", "", "Cmd:Delay :+5: mSec", "", 0, 0, 0, 5},
-        {"`w-1", "", "", "", "", "Cmd:Delay :-1: mSec", "", 0, 0, 0, -1},
         {"`w32767", "", "", "", "", "Cmd:Delay :32767: mSec", "", 0, 0, 0, 32767},
-        {"`w-32768", "", "", "", "", "Cmd:Delay :-32768: mSec", "", 0, 0, 0, -32768},
         {"`w32768", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w-32769", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w99999999999999999999", "", "", "", "", "Error Delay_Time", delayError},
-        {"`wX", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w1.5", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w1E3", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w-", "", "", "", "", "Error Delay_Time", delayError},
-        {"`w 100", "", "", "", "", "Error Delay_Time", delayError},
         {"`wx # c", "", "", "", "", "Error Delay_Time", "# c" + delayError},
     };
     for (const Cells& c : cases) {
         const ScriptLoad load = Read({c.text});
         ASSERT_EQ(load.rows.size(), 1u);
         ExpectCells(load.rows[0], c);
-        EXPECT_EQ(load.rows[0].I2CAdr, c.DataWr.empty() ? "60" : "GPIO") << c.text;
-        EXPECT_EQ(load.TotalReads, 0) << c.text;
+        EXPECT_EQ(load.rows[0].I2CAdr, c.Operation.starts_with("Cmd: GPIO") ? "GPIO" : "60");
+        EXPECT_EQ(load.TotalReads, c.ActRd.empty() ? 0 : 1) << c.text;
     }
 }
 
@@ -181,15 +92,9 @@ TEST(ScriptReader, RowsCarryTheAddressInForce) {
 TEST(ScriptReader, LineEnds) {
     const std::pair<std::string, std::vector<std::string>> cases[] = {
         {"", {}},
-        {"A", {"A"}},
-        {"A\r\n", {"A"}},
         {"\r\n", {""}},
-        {"\n\n", {"", ""}},
         {"A\rB\r", {"A", "B"}},
-        {"A\nB", {"A", "B"}},
-        {"A\r\n\r\nB", {"A", "", "B"}},
         {"A\n\rB", {"A", "", "B"}},
-        {"A\r\rB", {"A", "", "B"}},
     };
     for (const auto& [text, lines] : cases) {
         EXPECT_EQ(SplitScriptLines(text), lines);
@@ -199,35 +104,27 @@ TEST(ScriptReader, LineEnds) {
                   std::tuple(lines.size(), lines.size(), lines.size()));
     }
     const ScriptRow blank = ReadScript("\r\n", 0x60).rows[0];
-    EXPECT_EQ((std::vector<std::string>{blank.Line, blank.Operation, blank.Comment}),
-              (std::vector<std::string>{"001", "NOP", "Script File has a blank line"}));
+    EXPECT_EQ(blank.Line + blank.Operation + blank.Comment, "001NOPScript File has a blank line");
 }
 
 TEST(ScriptReader, StopsAtLineOneThousand) {
     std::vector<std::string> lines(1000, "01,02,03");
     EXPECT_FALSE(Read(lines).truncated);
-    lines.push_back("`ENDM");  // past the limit: kept, but no row
+    lines.push_back("`ENDM");  // past the limit: kept for a write-back, but no row
     const ScriptLoad load = Read(lines);
-    EXPECT_TRUE(load.truncated);
-    EXPECT_EQ(load.remarks,
-              (std::vector<ScriptRemark>{
-                  {1001, RemarkKind::PastLineLimit,
-                   "Lines 1001 to 1001 not loaded: a script has at most 1000 lines"}}));
-    EXPECT_EQ(load.ScriptLines, lines);
-    EXPECT_EQ(std::tuple(load.linesInFile, load.rows.size(), load.EndMainLine, load.TotalReads),
-              std::tuple(1001u, 1000u, 1000, 1000));
-    std::vector<std::string> numbers;
-    for (int i : {0, 9, 99, 999}) numbers.push_back(load.rows[i].Line);
-    EXPECT_EQ(numbers, (std::vector<std::string>{"001", "010", "100", "1000"}));
+    EXPECT_EQ(std::tuple(load.ScriptLines, load.remarks.at(0).text, load.truncated,
+                         load.linesInFile, load.rows.size(), load.EndMainLine),
+              std::tuple(lines, "Lines 1001 to 1001 not loaded: a script has at most 1000 lines",
+                         true, 1001u, 1000u, 1000));
 }
 
 TEST(ScriptReader, KeepsLineBytesExactly) {
     const std::string line = "\xE9\xFF,\t\x0F\x80 # \xFC\t";
     const ScriptLoad load = ReadScript(line + "\n", 0x60);
     EXPECT_EQ(load.ScriptLines, std::vector<std::string>{line});
-    EXPECT_EQ(
-        (std::vector<std::string>{load.rows[0].RegAdr, load.rows[0].DataWr, load.rows[0].Comment}),
-        (std::vector<std::string>{"\xE9\xFF", "0\x80", "# \xFC "}));
+    EXPECT_EQ(load.rows[0].RegAdr + load.rows[0].DataWr + load.rows[0].Comment,
+              "\xE9\xFF"
+              "0\x80# \xFC ");
 }
 
 // What the rules above read without a word, listed with the line, the rows unchanged.
@@ -240,12 +137,8 @@ TEST(ScriptReader, RemarksListWhatCouldNotBeReadCleanly) {
     } cases[] = {
         {"ZZ,QQ,RR\r\n", {{1, notHex, "Not hexadecimal: ZZ QQ RR"}}},
         {"02,,5a\r\n01,0x12,3C # zz\r\n", {{2, notHex, "Not hexadecimal: 0x12"}}},
-        {"01,2,3,zz\r\n`wX\r\n`Aqq\r\n# zz\r\n", {}},  // ignored fields, other commands
-        {"`GZZ12\r\n`Gab12\r\n", {{1, notHex, "Not hexadecimal: ZZ12"}}},
+        {"`GZZ12\r\n", {{1, notHex, "Not hexadecimal: ZZ12"}}},
         {bom + "02,,5A\r\n", {{1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped"}}},
-        {bom + "G1\r\n",
-         {{1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped"},
-          {1, notHex, "Not hexadecimal: G1"}}},
     };
     for (const auto& c : cases) EXPECT_EQ(ReadScript(c.text, 0x60).remarks, c.remarks) << c.text;
     // The mark stays in the line a write-back writes.
@@ -264,11 +157,45 @@ TEST(ScriptReader, LastEndMainAndInterruptLinesCount) {
               (std::vector<int>{12, 20, 25, 30, 0, 0}));
 }
 
-TEST(ScriptReader, TotalsAndWidestDataOfDataLines) {
-    const ScriptLoad load = Read({"1,2,3", "1,123456789,AB", ",,1234", "`G12345678", "1,2"});
-    EXPECT_EQ(
-        std::tuple(load.TotalReads, load.widestDataWr, load.widestDataRd, Read({"1"}).widestDataWr),
-        std::tuple(3, 9u, 4u, 2u));
+// --- Writing measured data back -----------------------------------------------------------
+
+TEST(RecordText, ExpectedDataIsReplacedAndEverythingElseKept) {
+    const struct {
+        const char *line, *actual, *written;
+    } cases[] = {
+        {"10,,3C # id", "3D", "10,,3D # id"},
+        {"10,,5", "05", "10,,05"},  // shorter expected data than the data read
+        {"10,, 3c   # blanks stay", "3D", "10,, 3D   # blanks stay"},
+        {"0010,,AABBCCDD#c", "00112233", "0010,,00112233#c"},
+        {"10,3C", "3D", "10,3C"},  // no third field: left alone
+    };
+    for (const auto& c : cases) {
+        std::string line = c.line;
+        ReplaceExpectedData(line, c.actual);
+        EXPECT_EQ(line, c.written) << c.line;
+    }
+}
+
+// The stamp in line 1 of a script written back replaces an earlier one.
+TEST(RecordText, StampReplacesAnEarlierOneOnLineOne) {
+    std::string line = "# bench test";
+    StampFirstLine(line, {2010, 4, 29, 10, 15, 0}, "0");
+    EXPECT_EQ(line, "# bench test# AutoUpdated: 04-29-2010 10:15:00 Looping: 0");
+    StampFirstLine(line, {2010, 4, 29, 10, 16, 5}, "12");
+    EXPECT_EQ(line, "# bench test# AutoUpdated: 04-29-2010 10:16:05 Looping: 12");
+}
+
+TEST(RecordText, DataLogGoesBeforeTheExtension) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"/tests/a1.txt", "/tests/a1_DL.txt"},
+        {"/tests/a1", "/tests/a1_DL"},
+        {"/tests.d/a1", "/tests.d/a1_DL"},
+        {"C:\\tests\\a1.txt", "C:\\tests\\a1_DL.txt"},
+    };
+    for (const auto& [script, log] : cases) {
+        EXPECT_EQ(DataLogPath(script), log) << script;
+        EXPECT_EQ(std::pair(IsDataLogPath(script), IsDataLogPath(log)), std::pair(false, true));
+    }
 }
 
 }  // namespace

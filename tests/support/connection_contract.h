@@ -23,20 +23,24 @@
 
 namespace i2cbridge::testing {
 
-inline const std::string kSetUpEntry =
-    Entry("Setting eventable up,  verifing that the device is attached...\r\n");
-
-inline std::string AttachEntry(UsbDeviceHandle handle, const std::string& product = "2005") {
-    return Entry(
-               "DeviceAttach: Received and accepted attach for \r\nvendor ID &H547 product ID "
-               "&H" +
-               product + "\r\ndevice handle &H" + HexText(handle)) +
-           Entry("");
+// The log's messages (without time stamps) of an open, an attach and a failed device lookup.
+using Log = std::vector<std::string>;
+inline Log operator+(Log a, const Log& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
 }
-
-inline std::string LookupFailure(const std::string& where) {
-    return Entry(where +
-                 ": WDU_GetDeviceInfo() failed:\r\nerror &HFFFFFFFC (LIBUSB_ERROR_NO_DEVICE)\r\n");
+inline const Log kSetUp = {"Setting eventable up,  verifing that the device is attached...\r\n"};
+inline Log Attached(UsbDeviceHandle handle, const std::string& product = "2005") {
+    return {"DeviceAttach: Received and accepted attach for \r\nvendor ID &H547 product ID &H" +
+                product + "\r\ndevice handle &H" + HexText(handle),
+            ""};
+}
+inline Log Lookup(const std::string& where) {
+    return {where +
+            ": WDU_GetDeviceInfo() failed:\r\nerror &HFFFFFFFC (LIBUSB_ERROR_NO_DEVICE)\r\n"};
+}
+inline Log TransferFailed(const std::string& where, const std::string& code) {
+    return {where + ": WDU_Transfer() failed: error " + code};
 }
 
 template <class R>
@@ -62,6 +66,8 @@ protected:
         usb().TransferBuffer = std::move(buffer);
         isRead ? usb().readPipe() : usb().writePipe();
     }
+    // The messages logged since the mark.
+    Log logged() { return Messages(rig->logSinceMark()); }
     void connect() {
         w->cmdUSBConnect_Click();
         rig->markLog();
@@ -84,106 +90,86 @@ TYPED_TEST_P(ConnectionContract, ConnectAgainAndDisconnectWithTheBoard) {
     auto& rig = *this->rig;
     w.cmdexit.setVisible(true);
     w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + AttachEntry(this->handle(2)));
+    EXPECT_EQ(this->logged(), kSetUp + Attached(this->handle(2)));
     EXPECT_TRUE(this->usb().UsbOpen);
     EXPECT_EQ(this->usb().DriverContext.DeviceHandle, this->handle(2));
-    EXPECT_EQ(this->usb().I2CPipe, 2);
     EXPECT_EQ(this->usb().DeviceInfo.activeEndpointCount(), 5);
     const int lit = this->colors().lightGreen();
-    EXPECT_EQ(w.shpUSBCon[0].color(), lit);
-    EXPECT_EQ(w.shpUSBCon[1].color(), qb::kBlack);
-    EXPECT_EQ(w.ShpHandleStatus.color(), lit);
-    EXPECT_EQ(w.shpLogStatus.color(), lit);
-    EXPECT_FALSE(w.cbNoc.visible());
-    EXPECT_FALSE(w.cmdexit.visible());
-    EXPECT_GT(this->usb().DriverHandle, 0);
-    EXPECT_EQ(w.txthDriver.text(), DecText(this->usb().DriverHandle));
+    EXPECT_EQ(std::vector({w.shpUSBCon[0].color(), w.shpUSBCon[1].color(),
+                           w.ShpHandleStatus.color(), w.shpLogStatus.color()}),
+              std::vector({lit, qb::kBlack, lit, lit}));
+    EXPECT_FALSE(w.cbNoc.visible() || w.cmdexit.visible());
 
     // A second connect only says so.
     rig.markLog();
     w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), Entry("Already Opened"));
+    EXPECT_EQ(this->logged(), Log{"Already Opened"});
 
     w.cbSend.setVisible(true);
     w.cbReset.setVisible(true);
     const int resets = rig.resets();
     rig.markLog();
     w.cmdUSBDisconnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), "");
-    EXPECT_FALSE(this->usb().UsbOpen);
-    EXPECT_FALSE(rig.running());
+    EXPECT_FALSE(this->usb().UsbOpen || rig.running());
     EXPECT_EQ(rig.resets(), resets + 1);
-    EXPECT_EQ(w.shpUSBCon[0].color(), qb::kBlack);
-    EXPECT_EQ(w.shpUSBCon[1].color(), lit);
-    EXPECT_EQ(w.ShpHandleStatus.color(), qb::kBlack);
-    EXPECT_FALSE(w.cbSend.visible());
-    EXPECT_FALSE(w.cbReset.visible());
+    EXPECT_EQ(
+        std::vector({w.shpUSBCon[0].color(), w.shpUSBCon[1].color(), w.ShpHandleStatus.color()}),
+        std::vector({qb::kBlack, lit, qb::kBlack}));
+    EXPECT_FALSE(w.cbSend.visible() || w.cbReset.visible());
     if constexpr (requires { rig.driver.openDeviceCount(); }) {
         EXPECT_FALSE(rig.board.interfaceClaimed()) << "the close lets the interface go";
         EXPECT_EQ(rig.driver.openDeviceCount(), 0u);
         EXPECT_EQ(rig.board.requests("unknown"), 0) << "only requests a kernel would know";
     }
 
-    // Disconnecting again writes nothing but still paints the closed state.
-    w.cmdexit.setVisible(false);
+    // Disconnecting again resets nothing but still paints the closed state.
     w.txthDriver.setText("x");
     w.cmdUSBDisconnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), "");
+    EXPECT_EQ(rig.logSinceMark() + w.txthDriver.text(), "Closed");
     EXPECT_EQ(rig.resets(), resets + 1);
-    EXPECT_EQ(w.cbNoc.caption(), "USB Board Interface Closed");
-    EXPECT_EQ(w.txthDriver.text(), "Closed");
-    EXPECT_TRUE(w.cmdexit.visible());
 }
 
-TYPED_TEST_P(ConnectionContract, UnplugWhileOpenFailsTransfersUntilThePlugComesBack) {
-    this->start();
-    auto& rig = *this->rig;
-    this->connect();
-    this->unplugWhileOpen();
-    EXPECT_EQ(rig.logSinceMark(), Entry("DeviceDetach: Received detach for device handle &H" +
-                                        HexText(this->handle(2))));
-    EXPECT_EQ(this->w->ShpAttach.color(), this->colors().lightRed());
-    EXPECT_TRUE(this->usb().UsbOpen);
-    EXPECT_EQ(this->usb().DriverContext.DeviceHandle, 0u);
-
-    // Transfers fail at their device lookup, send nothing and leave the caller's bytes.
-    rig.markLog();
-    this->transfer(2, false, {1, 0x61, 0x02});
-    this->transfer(0x82, true, {0x44, 0x45});
-    EXPECT_EQ(this->usb().TransferBuffer, (std::vector<uint8_t>{0x44, 0x45}));
-    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{0, 0}));
-    EXPECT_EQ(rig.logSinceMark(), LookupFailure("WritePipe") + LookupFailure("ReadPipe") +
-                                      LookupFailure("WritePipe") + LookupFailure("ReadPipe"));
-    EXPECT_TRUE(rig.sent().empty());
-    EXPECT_EQ(this->w->shpLogStatus.color(), this->colors().lightRed());
-
-    // Plugged back in: announced without a new open, and the next exchange works.
-    rig.markLog();
-    rig.board.plug();
-    ASSERT_TRUE(rig.yieldUntilLogged("DeviceAttach"));
-    EXPECT_EQ(rig.logSinceMark(), AttachEntry(this->handle(3)));
-    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{1, BoardModel::kIdentifier}));
-    EXPECT_FALSE(rig.wb->log.LogErrorFlag);
-}
-
-TYPED_TEST_P(ConnectionContract, OpenWithoutTheBoardCountsAsOpenAndTurnsTheLogLampRed) {
+// Pulled while open: transfers fail at their device lookup, send nothing and leave the
+// caller's bytes; plugged back while open it is announced without a new open. Opened while it
+// is away, the connection counts as open and the log lamp turns red; plugged back while
+// closed, the next open finds it.
+TYPED_TEST_P(ConnectionContract, UnplugFailsTransfersUntilThePlugComesBack) {
     this->start();
     auto& rig = *this->rig;
     auto& w = *this->w;
     this->connect();
     this->unplugWhileOpen();
+    EXPECT_EQ(this->logged(),
+              Log{"DeviceDetach: Received detach for device handle &H" + HexText(this->handle(2))});
+    EXPECT_EQ(w.ShpAttach.color(), this->colors().lightRed());
+    EXPECT_TRUE(this->usb().UsbOpen);
+    EXPECT_EQ(this->usb().DriverContext.DeviceHandle, 0u);
+    rig.markLog();
+    this->transfer(2, false, {1, 0x61, 0x02});
+    this->transfer(0x82, true, {0x44, 0x45});
+    EXPECT_EQ(this->usb().TransferBuffer, (std::vector<uint8_t>{0x44, 0x45}));
+    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{0, 0}));
+    EXPECT_EQ(this->logged(),
+              Lookup("WritePipe") + Lookup("ReadPipe") + Lookup("WritePipe") + Lookup("ReadPipe"));
+    EXPECT_TRUE(rig.sent().empty());
+    EXPECT_EQ(w.shpLogStatus.color(), this->colors().lightRed());
+
+    rig.markLog();
+    rig.board.plug();
+    ASSERT_TRUE(rig.yieldUntilLogged("DeviceAttach"));
+    EXPECT_EQ(this->logged(), Attached(this->handle(3)));
+    EXPECT_EQ(this->read(0x61, 0x02), (std::vector<uint8_t>{1, BoardModel::kIdentifier}));
+    EXPECT_FALSE(rig.wb->log.LogErrorFlag);
+
     w.cmdUSBDisconnect_Click();
+    rig.board.unplug();
     rig.markLog();
     w.cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + LookupFailure("WriteGPIOPipe"));
-    EXPECT_TRUE(this->usb().UsbOpen);
-    EXPECT_EQ(w.shpUSBCon[0].color(), this->colors().lightGreen());
-    EXPECT_EQ(w.ShpHandleStatus.color(), this->colors().lightGreen());
-    EXPECT_EQ(w.shpLogStatus.color(), this->colors().lightRed());
-    EXPECT_TRUE(rig.wb->log.LogErrorFlag);
+    EXPECT_EQ(this->logged(), kSetUp + Lookup("WriteGPIOPipe"));
+    EXPECT_TRUE(this->usb().UsbOpen && rig.wb->log.LogErrorFlag);
+    EXPECT_EQ(std::vector({w.shpUSBCon[0].color(), w.ShpHandleStatus.color()}),
+              std::vector(2, this->colors().lightGreen()));
     w.cmdUSBDisconnect_Click();
-
-    // Back while closed: the next open finds it.
     rig.board.plug();
     rig.markLog();
     w.cmdUSBConnect_Click();
@@ -195,12 +181,11 @@ TYPED_TEST_P(ConnectionContract, BoardThatRefusesItsInterfaceIsNotAccepted) {
     this->start({.refuseInterface = true});
     auto& rig = *this->rig;
     this->w->cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(),
-              kSetUpEntry +
-                  Entry("DeviceAttach: WDU_SetInterface failed\r\n(num.  0 alternate  0)\r\n"
-                        "device &H" +
-                        HexText(this->handle(2)) + ": error &HFFFFFFFA\r\n(LIBUSB_ERROR_BUSY)") +
-                  Entry("") + LookupFailure("WriteGPIOPipe"));
+    const std::string refused =
+        "DeviceAttach: WDU_SetInterface failed\r\n(num.  0 alternate  0)\r\n"
+        "device &H" +
+        HexText(this->handle(2)) + ": error &HFFFFFFFA\r\n(LIBUSB_ERROR_BUSY)";
+    EXPECT_EQ(this->logged(), kSetUp + Log({refused, ""}) + Lookup("WriteGPIOPipe"));
     EXPECT_EQ(this->usb().DriverContext.AttachStatus, usb_status::kBusy);
     EXPECT_EQ(this->usb().DriverContext.DeviceHandle, 0u);
     EXPECT_TRUE(this->usb().UsbOpen);
@@ -214,18 +199,17 @@ TYPED_TEST_P(ConnectionContract, BoardThatRefusesItsInterfaceIsNotAccepted) {
 
 TYPED_TEST_P(ConnectionContract, BoardWithAnotherProductIsIgnoredUnlessAskedFor) {
     this->start({.productId = 0x2006});
-    auto& rig = *this->rig;
     this->w->cmdUSBConnect_Click();
-    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + LookupFailure("WriteGPIOPipe"));
+    EXPECT_EQ(this->logged(), kSetUp + Lookup("WriteGPIOPipe"));
     this->w->cmdUSBDisconnect_Click();
 
     // The same board matched by its own product identifier, as --pid 0x2006 does.
     this->usb().MatchTable.productId = 0x2006;
-    rig.markLog();
+    this->rig->markLog();
     this->w->cmdUSBConnect_Click();
     const UsbDeviceHandle h = this->usb().DriverContext.DeviceHandle;
     EXPECT_NE(h, 0u);
-    EXPECT_EQ(rig.logSinceMark(), kSetUpEntry + AttachEntry(h, "2006"));
+    EXPECT_EQ(this->logged(), kSetUp + Attached(h, "2006"));
     this->w->cmdUSBDisconnect_Click();
 }
 
@@ -256,9 +240,8 @@ TYPED_TEST_P(ConnectionContract, GpioFrameReachesThePinsAndTheAnswerComesBack) {
     gpio.cmdGPIO_Write_Click();
     EXPECT_EQ(rig.sent(), (std::vector<WireFrame>{{0x01, {0xA5, 0x5A, 0x0F, 0x30}}}));
     // Driven pins read back what they drive, the others their inputs.
-    EXPECT_EQ(gpio.txtPCHexData[1].text(), "35");
-    EXPECT_EQ(gpio.txtPCHex[1].text(), "0F");
-    EXPECT_EQ(gpio.txtPCHex[3].text(), "30");
+    EXPECT_EQ(gpio.txtPCHexData[1].text() + gpio.txtPCHex[1].text() + gpio.txtPCHex[3].text(),
+              "350F30");
     EXPECT_EQ(gpio.shpGpioWr[2].color(), this->colors().lightGreen());
     EXPECT_FALSE(this->usb().UsbOpen) << "the GPIO screen closes what it opened";
 }
@@ -276,8 +259,7 @@ TYPED_TEST_P(ConnectionContract, EmptyWritesOverflowsAndBadPipes) {
     this->transfer(1, false, {0xFF, 0xFF});
     this->transfer(0x81, true, {0, 0});
     EXPECT_EQ(this->usb().LastStatus, usb_status::kOverflow);
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("ReadPipe: WDU_Transfer() failed: error &HFFFFFFF8 (LIBUSB_ERROR_OVERFLOW)"));
+    EXPECT_EQ(this->logged(), TransferFailed("ReadPipe", "&HFFFFFFF8 (LIBUSB_ERROR_OVERFLOW)"));
 
     // Pipes that are no endpoint for the direction are refused before reaching the bus.
     rig.clearSent();
@@ -287,9 +269,8 @@ TYPED_TEST_P(ConnectionContract, EmptyWritesOverflowsAndBadPipes) {
         rig.markLog();
         this->transfer(pipe, isRead, {1, 0x61});
         EXPECT_EQ(this->usb().LastStatus, usb_status::kInvalidParam) << pipe;
-        EXPECT_EQ(rig.logSinceMark(),
-                  Entry(std::string(isRead ? "ReadPipe" : "WritePipe") +
-                        ": WDU_Transfer() failed: error &HFFFFFFFE (LIBUSB_ERROR_INVALID_PARAM)"))
+        EXPECT_EQ(this->logged(), TransferFailed(isRead ? "ReadPipe" : "WritePipe",
+                                                 "&HFFFFFFFE (LIBUSB_ERROR_INVALID_PARAM)"))
             << pipe;
     }
     EXPECT_TRUE(rig.sent().empty());
@@ -302,8 +283,7 @@ TYPED_TEST_P(ConnectionContract, ReadWithNothingToAnswerTimesOutAndKeepsTheCalle
     const auto start = std::chrono::steady_clock::now();
     this->transfer(0x82, true, {0x33, 0x00});
     const auto waited = std::chrono::steady_clock::now() - start;
-    EXPECT_EQ(rig.logSinceMark(),
-              Entry("ReadPipe: WDU_Transfer() failed: error &HFFFFFFF9 (LIBUSB_ERROR_TIMEOUT)"));
+    EXPECT_EQ(this->logged(), TransferFailed("ReadPipe", "&HFFFFFFF9 (LIBUSB_ERROR_TIMEOUT)"));
     EXPECT_EQ(this->usb().LastStatus, usb_status::kTimeout);
     EXPECT_EQ(this->usb().TransferBuffer, (std::vector<uint8_t>{0x33, 0x00}));
     EXPECT_EQ(this->w->shpLogStatus.color(), this->colors().lightRed());
@@ -317,8 +297,7 @@ TYPED_TEST_P(ConnectionContract, ReadWithNothingToAnswerTimesOutAndKeepsTheCalle
 }
 
 REGISTER_TYPED_TEST_SUITE_P(ConnectionContract, ConnectAgainAndDisconnectWithTheBoard,
-                            UnplugWhileOpenFailsTransfersUntilThePlugComesBack,
-                            OpenWithoutTheBoardCountsAsOpenAndTurnsTheLogLampRed,
+                            UnplugFailsTransfersUntilThePlugComesBack,
                             BoardThatRefusesItsInterfaceIsNotAccepted,
                             BoardWithAnotherProductIsIgnoredUnlessAskedFor,
                             RegisterExchangesCarryTheExactBytes,

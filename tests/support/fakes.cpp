@@ -1,6 +1,7 @@
 #include "support/fakes.h"
 
 #include <algorithm>
+#include <regex>
 
 namespace i2cbridge::testing {
 
@@ -52,6 +53,14 @@ bool FakeDialogs::saveFile(FileDialogState& state) {
 Rig::Rig(BoardSetup setup) {
     board.setIdentity(BoardVendorId, setup.productId);
     if (setup.refuseInterface) board.refuseInterface(usb_status::kBusy);
+}
+
+std::vector<std::string> Messages(std::string_view log) {
+    static const std::regex stamp(R"( :\d\d-\d\d-\d{4} \d\d:\d\d:\d\d[\r\n]*)");
+    const std::string text(log);
+    if (text.empty()) return {};
+    return {std::sregex_token_iterator(text.begin(), text.end(), stamp, -1),
+            std::sregex_token_iterator()};
 }
 
 bool Rig::yieldUntilLogged(const std::string& text) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "app/program.h"
@@ -21,7 +22,6 @@ namespace i2cbridge::testing {
 class FakePump : public UiPump {
 public:
     explicit FakePump(BoardDriver* driver = nullptr) : driver_(driver) {}
-    void setDriver(BoardDriver* driver) { driver_ = driver; }
 
     void yield() override;
     void sleepMs(int milliseconds) override { sleptMs += milliseconds; }
@@ -66,6 +66,11 @@ public:
     std::vector<FileDialogState> saveShown;
 };
 
+// The messages of a log's entries, in order, without their time stamps and line ends: whatever
+// the clock says, Messages(log) of "Board Opened :<stamp>\r\n\r\n" is {"Board Opened"}. Text
+// after the last stamp (an entry cut short) is the last message.
+std::vector<std::string> Messages(std::string_view log);
+
 // How the board is set up before the program first talks to it.
 struct BoardSetup {
     uint16_t productId = BoardProductId;
@@ -90,6 +95,9 @@ struct Rig {
     // The log written from now on: remembers where the text ends.
     void markLog() { mark_ = log().size(); }
     std::string logSinceMark() { return log().substr(std::min(mark_, log().size())); }
+    // The messages of the log, or of the log since markLog(), without time stamps.
+    std::vector<std::string> messages() { return Messages(log()); }
+    std::vector<std::string> messagesSinceMark() { return Messages(logSinceMark()); }
     // Frames sent on the wire since the last clear.
     const std::vector<WireFrame>& sent() { return board.model().sent(); }
     void clearSent() { board.model().clearSent(); }
@@ -105,13 +113,5 @@ struct Rig {
 private:
     std::size_t mark_ = 0;
 };
-
-// The time stamp the fake clock writes: " :11-18-2026 17:05:09".
-inline constexpr const char* kStamp = " :11-18-2026 17:05:09";
-
-// One log entry as AppendLogLine writes it with a CR LF suffix.
-inline std::string Entry(const std::string& text) {
-    return text + kStamp + "\r\n\r\n";
-}
 
 }  // namespace i2cbridge::testing

@@ -1,7 +1,7 @@
 #pragma once
 
 // Helpers for the Qt window tests: finding a window's controls, destroying closed windows,
-// counting the visible windows of a kind, and saving pictures.
+// and counting the visible windows of a kind.
 
 #include <QtTest>
 #include <QtWidgets>
@@ -26,16 +26,6 @@ inline int VisibleWindowsNamed(const QString& objectName) {
     for (QWidget* w : QApplication::topLevelWidgets())
         open += w->objectName() == objectName && w->isVisible();
     return open;
-}
-
-// Grabs the window whole; with I2CB_SCREENSHOT_DIR set, saves the picture there as `file`.
-// False when the grab is not the window's size or the picture could not be saved.
-inline bool SaveScreenshot(QWidget* w, const QString& file) {
-    QCoreApplication::processEvents();
-    const QPixmap shot = w->grab();
-    if (shot.isNull() || shot.size() / shot.devicePixelRatio() != w->size()) return false;
-    const QByteArray dir = qgetenv("I2CB_SCREENSHOT_DIR");
-    return dir.isEmpty() || shot.save(QString::fromLocal8Bit(dir) + "/" + file);
 }
 
 }  // namespace i2cbridge::testing

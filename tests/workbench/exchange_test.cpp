@@ -43,12 +43,14 @@ TEST(NestedExchange, RawWriteInsideTheGpioReadBackYieldLeavesTheAnswerWhole) {
 TEST(WindowLifetime, ModelClosedInsideItsOwnHandlersYieldIsFreedWhenTheHandlerReturns) {
     Rig rig;
     std::weak_ptr<FrmGPIO> closed = rig.program->gpioScreenModel();
+    // Called through a plain pointer: only the handler itself may hold the model.
+    FrmGPIO* gpio = closed.lock().get();
     bool aliveDuringHandler = false;
     rig.pump.atYield(0, [&] {
         rig.program->unloadGpioScreen();
         aliveDuringHandler = !closed.expired();
     });
-    closed.lock()->cmdWrite_GPIO_Data_Click();
+    gpio->cmdWrite_GPIO_Data_Click();
 
     EXPECT_TRUE(aliveDuringHandler);
     EXPECT_TRUE(closed.expired());

