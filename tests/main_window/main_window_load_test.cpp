@@ -21,11 +21,11 @@ TEST(MainWindowLoad, WithTheBoardProbesThenSendsTheStartUpGpioState) {
     FrmI2CGeneral& w = rig.main();
     EXPECT_EQ(rig.messages(), (Texts{kSetup, Attach("2A0"), "", kSetup, Attach("2A1"), ""}));
     EXPECT_EQ(rig.sent(), (Frames{{0x01, {0xFF, 0xFF, 0x00, 0x00}}}));
-    // "Send All" and "Reset" stay hidden.
+    // "Send All" and "Reset" stay hidden; "Write All" shows.
     EXPECT_EQ(std::tuple(rig.wb->i2c.I2CReadAddress, w.txtActualWrtAddress.text(),
                          w.txtActualReadAddress.text(), rig.wb->usb.CurrentForm.lock().get(),
-                         w.cbSend.visible() || w.cbReset.visible()),
-              std::tuple(0x61, "60", "61", &w, false));
+                         w.cbSend.visible() || w.cbReset.visible(), w.cmdwriteAll.visible()),
+              std::tuple(0x61, "60", "61", &w, false, true));
     EXPECT_EQ((std::vector<int>{w.shpUSBCon[0].color(), w.shpUSBCon[1].color(),
                                 w.ShpHandleStatus.color(), w.ShpAttach.color()}),
               std::vector<int>(4, qb::kBlack));

@@ -127,7 +127,8 @@ TEST(ScriptReader, KeepsLineBytesExactly) {
               "0\x80# \xFC ");
 }
 
-// What the rules above read without a word, listed with the line, the rows unchanged.
+// What the rules above read without a word, listed with the line, the rows unchanged (0-9,
+// a-f and A-F are hexadecimal digits).
 TEST(ScriptReader, RemarksListWhatCouldNotBeReadCleanly) {
     const std::string bom = "\xEF\xBB\xBF";
     const auto notHex = RemarkKind::NotHexadecimal;
@@ -136,7 +137,7 @@ TEST(ScriptReader, RemarksListWhatCouldNotBeReadCleanly) {
         std::vector<ScriptRemark> remarks;
     } cases[] = {
         {"ZZ,QQ,RR\r\n", {{1, notHex, "Not hexadecimal: ZZ QQ RR"}}},
-        {"02,,5a\r\n01,0x12,3C # zz\r\n", {{2, notHex, "Not hexadecimal: 0x12"}}},
+        {"09,,5a\r\n01,0x12,3C # zz\r\n", {{2, notHex, "Not hexadecimal: 0x12"}}},
         {"`GZZ12\r\n", {{1, notHex, "Not hexadecimal: ZZ12"}}},
         {bom + "02,,5A\r\n", {{1, RemarkKind::ByteOrderMark, "UTF-8 byte-order mark skipped"}}},
     };

@@ -128,11 +128,12 @@ TEST_F(Running, UnacknowledgedRowsFailAndAbortOnFailStopsAtAFailedCompare) {
     FrmScriptOps& w = open("`A62\r\n10,55\r\n02,,00\r\n`A60\r\n03,,11\r\n02,,5A\r\n");
     w.chkAOF.setChecked(true);
     const PassOutcome pass = w.cmdExecAll_Click();
+    // The run over, Abort hides again.
     EXPECT_EQ(std::tuple(pass.rows[1].write, pass.rows[2].read, pass.end, pass.rowsNotRun, tally(w),
-                         pass.failed),
+                         pass.failed, w.cmdAbort.visible()),
               std::tuple(TransferOutcome{3, 0, CoreError::NotAcknowledged},
                          TransferOutcome{1, 0, CoreError::ShortRead}, PassEnd::AbortOnFail,
-                         std::vector<int>{6}, "1/1", 3));
+                         std::vector<int>{6}, "1/1", 3, false));
 }
 
 TEST_F(Running, CancelAtAKeypressPauseEndsRunAllAndLoopCont) {
