@@ -1,0 +1,150 @@
+// A test station with two boards plugged in at once: a reference with a serial number behind
+// a hub (port 1-2.3) and a target without one (port 1-4). Each session takes only the board it
+// was given, whichever of them libusb announces first, and keeps it across a replug.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+
+#include "libusb_rig.h"
+
+namespace i2cbridge::testing {
+namespace {
+
+constexpr uint8_t kRefId = 0x11, kTargetId = 0x22;  // what register 2 holds on each
+
+struct Station {
+    explicit Station(int targetClaimErrno = 0)
+        : ref(Config("1-2.3", "REF-0001", 0)), target(Config("1-4", "", targetClaimErrno)) {
+        ref.withModel([](BoardModel& m) { m.device(0x60)->registers[2] = kRefId; });
+        target.withModel([](BoardModel& m) { m.device(0x60)->registers[2] = kTargetId; });
+    }
+    static EmulatedBoardConfig Config(std::string port, std::string serial, int claimErrno) {
+        EmulatedBoardConfig config;
+        config.port = std::move(port);
+        config.serial = std::move(serial);
+        config.claimErrno = claimErrno;
+        return config;
+    }
+    EmulatedBoard ref, target;
+};
+
+// One program's session on the board it names.
+struct Session {
+    explicit Session(std::string board) {
+        wb.usb.BoardId = std::move(board);
+        wb.usb.InitI2CPipe();
+        wb.usb.open(nullptr);
+    }
+    ~Session() { wb.usb.close(nullptr); }
+    // Register 2 of the device at 0x60, or -1 when the read did not reach a board.
+    int identifier() {
+        const Reply r = SingleRegisterRead(wb.usb, wb.i2c, 0x61, 0x02);
+        return r.error() == CoreError::None ? r.bytes()[1] : -1;
+    }
+    std::size_t logged(const std::string& part) const {
+        std::size_t n = 0;
+        const std::string& text = wb.log.Txtlog.text();
+        for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+        return n;
+    }
+    bool yieldUntil(const std::function<bool()>& done,
+                    std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        while (!done() && std::chrono::steady_clock::now() < deadline) {
+            pump.yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return done();
+    }
+
+    LibusbDriver driver;
+    FakePump pump{&driver};
+    FakeDialogs dialogs;
+    Workbench wb{driver, pump, dialogs};
+};
+
+TEST(SeveralBoards, ListNamesEveryBoardAndWhetherItCanBeOpened) {
+    Station station(EBUSY);  // another program holds the target
+    LibusbDriver driver;
+    std::vector<AttachedBoard> boards;
+    ASSERT_EQ(driver.listBoards({BoardVendorId, BoardProductId}, boards), 0);
+    ASSERT_EQ(boards.size(), 2u);
+    const struct {
+        const char *port, *serial;
+        uint8_t address;
+        int32_t access;
+    } expected[] = {{"1-2.3", "REF-0001", 3, usb_status::kSuccess},
+                    {"1-4", "", 4, usb_status::kBusy}};
+    for (std::size_t i = 0; i < boards.size(); ++i) {
+        const BoardIdentity& b = boards[i].identity;
+        EXPECT_EQ(b.portPath, expected[i].port);
+        EXPECT_EQ(b.bus, 1);
+        EXPECT_EQ(b.address, expected[i].address);
+        EXPECT_EQ(b.serial, expected[i].serial);
+        EXPECT_EQ(b.product, "I2C Bridge");
+        EXPECT_EQ(boards[i].access, expected[i].access) << b.portPath;
+    }
+    // Other identifiers match neither.
+    ASSERT_EQ(driver.listBoards({BoardVendorId, 0x2006}, boards), 0);
+    EXPECT_TRUE(boards.empty());
+}
+
+TEST(SeveralBoards, TheChosenBoardIsTheOnlyOneTaken) {
+    Station station;
+    const struct {
+        const char* id;
+        int identifier;
+        const char* ignored;  // the other board, as the log names it
+    } cases[] = {
+        {"REF-0001", kRefId, "1-4 (no serial)"},
+        {"1-2.3", kRefId, "1-4 (no serial)"},
+        {"1-4", kTargetId, "1-2.3 (serial REF-0001)"},  // no serial: chosen by its port
+        {"REF-0002", -1, "1-2.3 (serial REF-0001)"},
+    };
+    for (const auto& c : cases) {
+        Session session(c.id);
+        EXPECT_EQ(session.identifier(), c.identifier) << c.id;
+        EXPECT_EQ(session.logged(std::string("Ignoring the board at ") + c.ignored), 1u) << c.id;
+    }
+}
+
+TEST(SeveralBoards, TwoSessionsInOneProcessKeepToTheirBoards) {
+    Station station;
+    Session ref("REF-0001"), target("1-4");
+    for (uint8_t i = 0; i < 8; ++i) {
+        SingleRegisterWrite(ref.wb.usb, ref.wb.i2c, 0x60, 0x10 + i, i);
+        SingleRegisterWrite(target.wb.usb, target.wb.i2c, 0x60, 0x10 + i, 0x80 | i);
+        ASSERT_EQ(ref.identifier(), kRefId);
+        ASSERT_EQ(target.identifier(), kTargetId);
+    }
+    station.ref.withModel([](BoardModel& m) { EXPECT_EQ(m.device(0x60)->registers[0x17], 7); });
+    station.target.withModel(
+        [](BoardModel& m) { EXPECT_EQ(m.device(0x60)->registers[0x17], 0x80 | 7); });
+}
+
+TEST(SeveralBoards, UnpluggingOneLeavesTheOtherRunningAndAReplugComesBack) {
+    Station station;
+    Session ref("REF-0001"), target("1-4");
+    for (int round = 0; round < 2; ++round) {
+        station.target.unplug();
+        ASSERT_TRUE(
+            target.yieldUntil([&] { return target.wb.usb.DriverContext.DeviceHandle == 0; }));
+        EXPECT_EQ(target.identifier(), -1);
+        for (int i = 0; i < 5; ++i) EXPECT_EQ(ref.identifier(), kRefId);
+        station.target.plug();
+        ASSERT_TRUE(
+            target.yieldUntil([&] { return target.wb.usb.DriverContext.DeviceHandle != 0; }));
+        EXPECT_EQ(target.identifier(), kTargetId);
+        ref.yieldUntil([] { return false; }, std::chrono::milliseconds(100));
+    }
+    // The reference's session heard the target come and go twice, and said so once.
+    EXPECT_EQ(ref.logged("Ignoring the board at 1-4"), 1u);
+    EXPECT_EQ(ref.logged("DeviceDetach"), 0u);
+    EXPECT_EQ(target.logged("DeviceAttach: Received and accepted"), 3u);
+}
+
+}  // namespace
+}  // namespace i2cbridge::testing
