@@ -32,6 +32,8 @@ std::string CliUsageText() {
     return "Usage: i2cbridge-cli COMMAND [ARGUMENTS] [OPTIONS]\n"
            "\n"
            "Commands:\n"
+           "  list                     list the boards attached: port, bus and device, serial\n"
+           "                           number, product, and whether you can open it\n"
            "  read ADDR REG [COUNT]    read COUNT bytes (1 to 255, default 1) from register REG\n"
            "  write ADDR REG DATA...   write the data bytes to register REG\n"
            "  dump ADDR                read registers 00 to FF one by one, as a 16 by 16 table\n"
@@ -40,6 +42,9 @@ std::string CliUsageText() {
            "read back\n"
            "  show SCRIPT              print a script's rows as the script window shows them\n"
            "  run SCRIPT...            run each script's main part as Run All Steps does\n"
+           "\n"
+           "With several boards attached, a command that uses a board needs --board ID: the\n"
+           "board's serial number or its USB port path, as list shows them.\n"
            "\n"
            "ADDR is a device's 8-bit write address (60 for the device at 7-bit address 30; with\n"
            "-7 the 7-bit address), REG its register address (one or more bytes, most significant\n"
@@ -50,9 +55,9 @@ std::string CliUsageText() {
            OptionHelp(kCliProgram) +
            "\n"
            "Exit status: 0 done (every compare passed), 1 a compare failed, a device did not\n"
-           "answer, a record could not be written or the run did not run every row, 2 bad usage\n"
-           "or a file that cannot be read or written, 3 no board, 130 or 143 stopped by SIGINT\n"
-           "or SIGTERM.\n";
+           "answer, a record could not be written or the run did not run every row, 2 bad usage,\n"
+           "a file that cannot be read or written or several boards and no --board, 3 no board,\n"
+           "130 or 143 stopped by SIGINT or SIGTERM.\n";
 }
 
 void PrintLogEntry(std::string_view text) {
@@ -79,8 +84,8 @@ bool ParseLoop(const std::string& text, int& loop) {
 std::string Interpret(const ParsedArguments& parsed, Options& o) {
     o.words = parsed.words;
     const std::string command = o.words.empty() ? "" : o.words.front();
-    constexpr std::string_view kCommands[] = {"read", "write", "dump", "scan",
-                                              "gpio", "show",  "run"};
+    constexpr std::string_view kCommands[] = {"list", "read", "write", "dump",
+                                              "scan", "gpio", "show",  "run"};
     if (!command.empty() &&
         std::find(std::begin(kCommands), std::end(kCommands), command) == std::end(kCommands)) {
         return "unknown command " + command;
@@ -104,6 +109,8 @@ std::string Interpret(const ParsedArguments& parsed, Options& o) {
         if (!id) return std::string(name) + " wants a hexadecimal identifier from 0 to FFFF";
         (name[2] == 'v' ? o.vendorId : o.productId) = id;
     }
+    o.board = parsed.value("--board");
+    if (parsed.has("--board") && o.board.empty()) return "--board needs an ID";
     const std::pair<const char*, std::string*> files[] = {
         {"--log", &o.logFile},
         {"--trace", &o.traceFile},
@@ -196,7 +203,7 @@ Session::Session(const Options& o)
       pump_(*board_.driver),
       wb_(*board_.driver, pump_, dialogs_),
       program_(wb_) {
-    MatchBoard(wb_.usb, board_, o.vendorId, o.productId);
+    MatchBoard(wb_.usb, board_, o.vendorId, o.productId, o.board);
     dialogs_.okCancelAnswer = o.pause;
     // Without the main window's open, the I2C pipe is selected here.
     wb_.usb.InitI2CPipe();
@@ -239,16 +246,19 @@ bool Session::open() {
     std::snprintf(ids, sizeof ids, "vendor %04x, product %04x", wb_.usb.MatchTable.vendorId,
                   wb_.usb.MatchTable.productId);
     Complain(std::string("no board found (") + ids + ")");
-    if (!options_.quiet) {
-        std::fputs(
-            "  try --simulate to use the built-in simulated board;\n"
-            "  if the board is plugged in, install the udev rule that lets you open it\n"
-            "  (/usr/lib/udev/rules.d/60-i2cbridge.rules, or packaging/60-i2cbridge.rules from\n"
-            "  the source, into /etc/udev/rules.d/) and plug it in again;\n"
-            "  a board with other identifiers needs --vid and --pid.\n",
-            stderr);
-    }
+    if (!wb_.usb.BoardId.empty()) Complain("no board " + wb_.usb.BoardId + " among them");
+    if (!options_.quiet) NoBoardHints();
     return false;
+}
+
+void NoBoardHints() {
+    std::fputs(
+        "  try --simulate to use the built-in simulated board;\n"
+        "  if the board is plugged in, install the udev rule that lets you open it\n"
+        "  (/usr/lib/udev/rules.d/60-i2cbridge.rules, or packaging/60-i2cbridge.rules from\n"
+        "  the source, into /etc/udev/rules.d/) and plug it in again;\n"
+        "  a board with other identifiers needs --vid and --pid.\n",
+        stderr);
 }
 
 void Session::close() {
@@ -260,7 +270,21 @@ int Start(Session& session) {
         Complain(session.setupError());
         return kExitUsage;
     }
-    return session.open() ? kExitOk : kExitNoBoard;
+    // With several boards attached, a test station must say which: never guess. With one,
+    // the session keeps to it, so another board plugged in meanwhile is not taken for it.
+    UsbConnection& usb = session.wb().usb;
+    const BoardPick pick = PickBoard(usb.driver(), usb.MatchTable, usb.BoardId);
+    if (pick.outcome == BoardPick::Several) {
+        Complain(std::to_string(pick.boards.size()) +
+                 " boards attached; choose one with --board ID (its serial number or port):");
+        for (const AttachedBoard& b : pick.boards)
+            std::fprintf(stderr, "  %s\n", BoardLine(b).c_str());
+        return kExitUsage;
+    }
+    if (pick.outcome == BoardPick::Chosen) usb.BoardId = pick.id;
+    if (!session.open()) return kExitNoBoard;
+    session.wb().log.LogNote("Board: " + BoardName(usb.Board));
+    return kExitOk;
 }
 
 std::optional<std::vector<uint8_t>> HexBytes(std::string text) {
@@ -318,6 +342,7 @@ int main(int argc, char** argv) {
     if (const std::string error = Interpret(parsed, o); !error.empty()) return Usage(error);
     if (o.words.empty()) return Usage("no command given");
     const std::string& command = o.words[0];
+    if (command == "list") return List(o);
     if (command == "read") return Read(o);
     if (command == "write") return Write(o);
     if (command == "dump") return Dump(o);

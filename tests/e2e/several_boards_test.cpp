@@ -146,5 +146,54 @@ TEST(SeveralBoards, UnpluggingOneLeavesTheOtherRunningAndAReplugComesBack) {
     EXPECT_EQ(target.logged("DeviceAttach: Received and accepted"), 3u);
 }
 
+// The command line on the station: list names both boards, and a command that uses a board
+// takes the one named, or refuses to guess.
+TEST(SeveralBoards, CommandLinePicksByIdAndNeverGuesses) {
+    auto cli = [](const std::string& args) {
+        std::string out;
+        FILE* pipe = popen((std::string(I2CB_CLI_PATH) + " " + args + " 2>&1").c_str(), "r");
+        std::array<char, 512> chunk{};
+        while (pipe && std::fgets(chunk.data(), chunk.size(), pipe)) out += chunk.data();
+        const int raw = pipe ? pclose(pipe) : -1;
+        return std::pair{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, out};
+    };
+    EXPECT_EQ(cli("list").first, 3) << "nothing attached";
+    Station station;
+    const struct {
+        const char* args;
+        int status;
+        const char* out;
+    } cases[] = {
+        {"list", 0,
+         "1-2.3  bus 001 device 003  serial REF-0001  I2C Bridge  ready\n"
+         "1-4  bus 001 device 004  serial -  I2C Bridge  ready\n"},
+        {"list --json", 0,
+         R"({"boards":[{"port":"1-2.3","bus":1,"device":3,"serial":"REF-0001",)"
+         R"("product":"I2C Bridge","access":"ready"},{"port":"1-4","bus":1,"device":4,)"
+         R"("serial":null,"product":"I2C Bridge","access":"ready"}]})"
+         "\n"},
+        {"read 60 02", 2,
+         "i2cbridge-cli: 2 boards attached; choose one with --board ID (its serial number or "
+         "port):\n"
+         "  1-2.3  bus 001 device 003  serial REF-0001  I2C Bridge  ready\n"
+         "  1-4  bus 001 device 004  serial -  I2C Bridge  ready\n"},
+        {"read 60 02 --board REF-0001", 0, "11\n"},
+        {"read 60 02 --board 1-4", 0, "22\n"},
+        {"read 60 02 --board 1-2.3 --verbose", 0, "log: Board: 1-2.3 (serial REF-0001)"},
+        {"read 60 02 --board REF-0002 --quiet", 3,
+         "i2cbridge-cli: no board found (vendor 0547, product 2005)\n"
+         "i2cbridge-cli: no board REF-0002 among them\n"},
+    };
+    for (const auto& c : cases) {
+        const auto [status, out] = cli(c.args);
+        EXPECT_EQ(status, c.status) << c.args << "\n" << out;
+        if (std::string(c.args).find("--verbose") != std::string::npos) {
+            EXPECT_NE(out.find(c.out), std::string::npos) << c.args << "\n" << out;
+        } else {
+            EXPECT_EQ(out, c.out) << c.args;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace i2cbridge::testing
