@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "libusb_rig.h"
+#include "support/temp_dir.h"
 
 namespace i2cbridge::testing {
 namespace {
@@ -184,6 +185,17 @@ TEST(SeveralBoards, CommandLinePicksByIdAndNeverGuesses) {
          "i2cbridge-cli: no board found (vendor 0547, product 2005)\n"
          "i2cbridge-cli: no board REF-0002 among them\n"},
     };
+    // The trace and the JUnit report name the board.
+    TempDir dir;
+    WriteBytes(dir.file("t.txt"), "02,,22\r\n");
+    const std::string trace = dir.file("t.log"), junit = dir.file("t.xml");
+    ASSERT_EQ(
+        cli("run " + dir.file("t.txt") + " --board 1-4 -q --trace " + trace + " --junit " + junit)
+            .first,
+        0);
+    EXPECT_NE(ReadBytes(trace).find("\n# board 1-4 (no serial)\n"), std::string::npos);
+    EXPECT_NE(ReadBytes(junit).find("<property name=\"board\" value=\"1-4 (no serial)\"/>"),
+              std::string::npos);
     for (const auto& c : cases) {
         const auto [status, out] = cli(c.args);
         EXPECT_EQ(status, c.status) << c.args << "\n" << out;
