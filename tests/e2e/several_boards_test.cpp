@@ -67,30 +67,18 @@ struct Session {
     Workbench wb{driver, pump, dialogs};
 };
 
-TEST(SeveralBoards, ListNamesEveryBoardAndWhetherItCanBeOpened) {
-    Station station(EBUSY);  // another program holds the target
+// What list prints of each board is checked on the command line below; here, a board that
+// another program holds.
+TEST(SeveralBoards, ListSaysWhichBoardIsBusy) {
+    Station station(EBUSY);
     LibusbDriver driver;
     std::vector<AttachedBoard> boards;
     ASSERT_EQ(driver.listBoards({BoardVendorId, BoardProductId}, boards), 0);
     ASSERT_EQ(boards.size(), 2u);
-    const struct {
-        const char *port, *serial;
-        uint8_t address;
-        int32_t access;
-    } expected[] = {{"1-2.3", "REF-0001", 3, usb_status::kSuccess},
-                    {"1-4", "", 4, usb_status::kBusy}};
-    for (std::size_t i = 0; i < boards.size(); ++i) {
-        const BoardIdentity& b = boards[i].identity;
-        EXPECT_EQ(b.portPath, expected[i].port);
-        EXPECT_EQ(b.bus, 1);
-        EXPECT_EQ(b.address, expected[i].address);
-        EXPECT_EQ(b.serial, expected[i].serial);
-        EXPECT_EQ(b.product, "I2C Bridge");
-        EXPECT_EQ(boards[i].access, expected[i].access) << b.portPath;
-    }
-    // Other identifiers match neither.
+    EXPECT_EQ(boards[0].access, usb_status::kSuccess);
+    EXPECT_EQ(boards[1].access, usb_status::kBusy);
     ASSERT_EQ(driver.listBoards({BoardVendorId, 0x2006}, boards), 0);
-    EXPECT_TRUE(boards.empty());
+    EXPECT_TRUE(boards.empty()) << "other identifiers match neither";
 }
 
 TEST(SeveralBoards, TheChosenBoardIsTheOnlyOneTaken) {

@@ -3,6 +3,7 @@
 // main window keeping to the answer, named in its title. Not a test; run it under the umockdev
 // preload and a display:
 //   LD_PRELOAD=libumockdev-preload.so.0 xvfb-run -a build/tests/e2e/several_boards_screenshots DIR
+// It is built with the end-to-end tests, whose emulated board it uses.
 
 // glib's headers name a field "signals", which Qt defines as a keyword: they come first.
 #include "emulated_board.h"
