@@ -25,6 +25,8 @@ QtProgram::QtProgram(const CommandLine& cl)
 }
 
 bool QtProgram::chooseBoard() {
+    // The built-in board is the only one there is; its title says so already.
+    if (board.simulated && options.board.empty()) return true;
     const BoardPick pick = PickBoard(*board.driver, wb.usb.MatchTable, wb.usb.BoardId);
     std::string chosen = pick.id;
     if (pick.outcome == BoardPick::Several) {
