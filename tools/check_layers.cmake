@@ -18,7 +18,8 @@ set(rank_app 6)
 # The front ends.
 set(rank_qt 7)
 set(rank_cli 7)
-set(front_ends qt cli)
+set(rank_python 7)
+set(front_ends qt cli python)
 
 if(NOT SRC)
   message(FATAL_ERROR "usage: cmake -DSRC=<src folder> -P check_layers.cmake")

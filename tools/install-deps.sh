@@ -11,6 +11,7 @@ packages=(
   nlohmann-json3-dev
   tshark libxml2-utils python3-junitparser
   dpkg-dev file
+  pybind11-dev python3-dev python3-pytest python3-smbus2
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -84,7 +84,7 @@ int Read(const Options& o) {
     if (!reg) return Usage("REG must be hexadecimal bytes, not \"" + o.words[2] + "\"");
     if (count < 1 || count > 255) return Usage("COUNT must be a number from 1 to 255");
 
-    Session session(o);
+    CliSession session(o);
     if (const int status = Start(session)) return status;
     Workbench& wb = session.wb();
     const Reply reply = ReadRegisterBytes(wb.usb, wb.i2c, *address, *reg, count);
@@ -125,7 +125,7 @@ int Write(const Options& o) {
     // A frame's count byte carries register and data bytes together.
     if (reg->size() + data.size() > 255) return Usage("REG and DATA come to more than 255 bytes");
 
-    Session session(o);
+    CliSession session(o);
     if (const int status = Start(session)) return status;
     Workbench& wb = session.wb();
     uint8_t acknowledged = 0;
@@ -154,7 +154,7 @@ int Dump(const Options& o) {
     std::string error;
     const auto address = Address(o, o.words[1], error);
     if (!address) return Usage(error);
-    Session session(o);
+    CliSession session(o);
     if (const int status = Start(session)) return status;
     Workbench& wb = session.wb();
     std::vector<std::string> cells;
@@ -185,7 +185,7 @@ int Dump(const Options& o) {
 // the tool uses everywhere else.
 int Scan(const Options& o) {
     if (o.words.size() != 1) return Usage("scan takes no arguments");
-    Session session(o);
+    CliSession session(o);
     if (const int status = Start(session)) return status;
     const BusScan scan = ScanBus(session.wb().usb, session.wb().i2c);
     const std::vector<uint8_t>& found = scan.found;
@@ -220,7 +220,7 @@ int Gpio(const Options& o) {
     const std::string data = o.words.size() == 2 ? o.words[1] : "FFFF";
     if (data.size() != 4 || !StrictHexValue(data, 0xFFFF))
         return Usage("DATA must be four hexadecimal digits: port B, then port C");
-    Session session(o);
+    CliSession session(o);
     if (const int status = Start(session)) return status;
     session.close();
     Workbench& wb = session.wb();

@@ -14,13 +14,8 @@
 #include <string_view>
 #include <vector>
 
-#include "app/board_choice.h"
 #include "app/command_line.h"
-#include "app/headless_ports.h"
-#include "app/program.h"
-#include "app/transfer_trace.h"
-#include "workbench/connection_bracket.h"
-#include "workbench/workbench.h"
+#include "app/session.h"
 
 namespace i2cbridge::cli {
 
@@ -63,48 +58,24 @@ const std::atomic<bool>& StopRequest();
 // From now on SIGINT and SIGTERM ask the program to stop instead of ending it.
 void CatchStopSignals();
 
-// Message boxes of the core, printed on stderr as warnings and answered as --pause says.
-class SessionDialogs : public HeadlessDialogs {
+// The board and the core for one command (app/session.h). The program log goes to --log FILE,
+// and to stderr with --verbose (its failures always); the transfers to --trace FILE; message
+// boxes are printed on stderr as warnings and answered as --pause says.
+class CliSession : public Session {
 public:
-    SessionDialogs() : HeadlessDialogs(stderr) {}
-    Answer messageBox(const std::string& text, const std::string& title, Buttons buttons) override;
-};
-
-// The board and the core for one command. The program log goes to --log FILE, and to stderr
-// with --verbose; the transfers to --trace FILE.
-class Session {
-public:
-    explicit Session(const Options& options);
-    ~Session();
-    // Empty when the session is ready; otherwise what went wrong with the log or trace file.
-    const std::string& setupError() const { return setupError_; }
-
-    // Opens the board (the module-level open); false, with a line and hints on stderr, when no
-    // board could be opened. close() closes it again.
+    explicit CliSession(const Options& options);
+    // Opens the board; false, with a line and hints on stderr, when no board could be opened.
     bool open();
-    void close();
-
-    Workbench& wb() { return wb_; }
-    Program& program() { return program_; }
-    SessionDialogs& dialogs() { return dialogs_; }
 
 private:
     const Options& options_;
-    BoardChoice board_;
-    HeadlessPump pump_;
-    SessionDialogs dialogs_;
-    Workbench wb_;
-    Program program_;
-    ConnectionBracket bracket_{wb_.usb, wb_.pump};
-    std::unique_ptr<TransferTrace> trace_;
-    std::string setupError_;
 };
 
 // What to try when no board was found, on stderr.
 void NoBoardHints();
 
 // Starts the session's board for a command: kExitOk, or the exit status to end with.
-int Start(Session& session);
+int Start(CliSession& session);
 
 // Hex digits as bytes, two digits each from the left, with or without "0x"; an odd count gets
 // a leading 0.

@@ -185,68 +185,32 @@ void CatchStopSignals() {
     sigprocmask(SIG_UNBLOCK, &stops, nullptr);
 }
 
-// The box's text as a warning, without the box's button: nobody clicked it.
-Dialogs::Answer SessionDialogs::messageBox(const std::string& text, const std::string&,
-                                           Buttons buttons) {
-    const Answer answer = buttons == Buttons::Ok ? Answer::Ok : okCancelAnswer;
-    if (buttons == Buttons::Ok) {
-        Complain(text);
-    } else {
-        Complain(text + (answer == Answer::Ok ? " (continued)" : " (aborted)"));
-    }
-    return answer;
+static SessionSettings Settings(const Options& o) {
+    SessionSettings s;
+    s.simulate = o.simulate;
+    s.vendorId = o.vendorId;
+    s.productId = o.productId;
+    s.board = o.board;
+    s.logFile = o.logFile;
+    s.traceFile = o.traceFile;
+    s.pause = o.pause;
+    return s;
 }
 
-Session::Session(const Options& o)
-    : options_(o),
-      board_(ChooseBoard(o.simulate)),
-      pump_(*board_.driver),
-      wb_(*board_.driver, pump_, dialogs_),
-      program_(wb_) {
-    MatchBoard(wb_.usb, board_, o.vendorId, o.productId, o.board);
-    dialogs_.okCancelAnswer = o.pause;
-    // Without the main window's open, the I2C pipe is selected here.
-    wb_.usb.InitI2CPipe();
-    // Every entry goes to the log file or stderr as it is written; nothing reads it back.
-    wb_.log.Txtlog.setRetain(false);
-    if (!o.logFile.empty()) {
-        if (auto why = wb_.log.streamTo(o.logFile)) {
-            setupError_ = "cannot write the log to " + o.logFile + ": " + *why;
-            return;
-        }
-    }
+CliSession::CliSession(const Options& o) : Session(Settings(o)), options_(o) {
+    dialogs().report = Complain;
     // Every entry with --verbose; otherwise the failures alone, which always reach stderr.
     if (o.verbose) {
-        wb_.log.onEntry = PrintLogEntry;
+        wb().log.onEntry = PrintLogEntry;
     } else {
-        wb_.log.onError = PrintLogEntry;
-    }
-    if (!o.traceFile.empty()) {
-        std::string why;
-        trace_ = TransferTrace::Start(wb_.usb, o.traceFile, why);
-        if (!trace_) setupError_ = "cannot write the trace to " + o.traceFile + ": " + why;
+        wb().log.onError = PrintLogEntry;
     }
 }
 
-Session::~Session() {
-    trace_.reset();
-    wb_.log.onEntry = nullptr;
-    wb_.log.onError = nullptr;
-}
-
-bool Session::open() {
-    // A board that cannot be opened is told below, with what to try; the open's own failures
-    // (the device lookup) would only say the same thing less clearly.
-    auto onError = std::exchange(wb_.log.onError, nullptr);
-    bracket_.open();
-    wb_.log.onError = std::move(onError);
-    if (wb_.usb.DriverContext.DeviceHandle != 0) return true;
-    bracket_.close();
-    char ids[64];
-    std::snprintf(ids, sizeof ids, "vendor %04x, product %04x", wb_.usb.MatchTable.vendorId,
-                  wb_.usb.MatchTable.productId);
-    Complain(std::string("no board found (") + ids + ")");
-    if (!wb_.usb.BoardId.empty()) Complain("no board " + wb_.usb.BoardId + " among them");
+bool CliSession::open() {
+    if (Session::open()) return true;
+    Complain(noBoardText());
+    if (!wb().usb.BoardId.empty()) Complain("no board " + wb().usb.BoardId + " among them");
     if (!options_.quiet) NoBoardHints();
     return false;
 }
@@ -261,19 +225,14 @@ void NoBoardHints() {
         stderr);
 }
 
-void Session::close() {
-    bracket_.close();
-}
-
-int Start(Session& session) {
+int Start(CliSession& session) {
     if (!session.setupError().empty()) {
         Complain(session.setupError());
         return kExitUsage;
     }
     // With several boards attached, a test station must say which: never guess. With one,
     // the session keeps to it, so another board plugged in meanwhile is not taken for it.
-    UsbConnection& usb = session.wb().usb;
-    const BoardPick pick = PickBoard(usb.driver(), usb.MatchTable, usb.BoardId);
+    const BoardPick pick = session.pickBoard();
     if (pick.outcome == BoardPick::Several) {
         Complain(std::to_string(pick.boards.size()) +
                  " boards attached; choose one with --board ID (its serial number or port):");
@@ -281,9 +240,8 @@ int Start(Session& session) {
             std::fprintf(stderr, "  %s\n", BoardLine(b).c_str());
         return kExitUsage;
     }
-    if (pick.outcome == BoardPick::Chosen) usb.BoardId = pick.id;
     if (!session.open()) return kExitNoBoard;
-    session.wb().log.LogNote("Board: " + BoardName(usb.Board));
+    session.wb().log.LogNote("Board: " + BoardName(session.wb().usb.Board));
     return kExitOk;
 }
 

@@ -11,12 +11,11 @@
 #include <map>
 #include <string>
 
+#include "app/script_run.h"
 #include "cli/cli.h"
 #include "foundation/atomic_file.h"
 #include "foundation/hex_text.h"
 #include "foundation/whole_file.h"
-#include "main_window/frm_i2c_general.h"
-#include "scripts/frm_script_ops.h"
 #include "scripts/script_outcomes.h"
 #include "scripts/script_reader.h"
 #include "scripts/script_record_text.h"
@@ -37,11 +36,6 @@ std::optional<std::string> ReadScriptFile(const std::string& path, std::string& 
     std::string bytes;
     if (!ReadWholeFile(path, bytes, why)) return std::nullopt;
     return bytes;
-}
-
-std::string FileName(const std::string& path) {
-    const auto cut = path.find_last_of('/');
-    return cut == std::string::npos ? path : path.substr(cut + 1);
 }
 
 // A "_DL" record that a `S step wrote ("a1_DL.txt"), by its name.
@@ -69,37 +63,14 @@ std::string Xml(std::string_view bytes) {
     return out;
 }
 
-enum class Status { Pass, Fail, Skipped };
+using Status = CaseStatus;
+using Case = ScriptCase;
+using Suite = ScriptSuite;
 
-const char* StatusText(Status s) {
-    return s == Status::Pass ? "PASS" : s == Status::Fail ? "FAIL" : "SKIP";
+std::string FileName(const std::string& path) {
+    const auto cut = path.find_last_of('/');
+    return cut == std::string::npos ? path : path.substr(cut + 1);
 }
-
-// One row of one pass that was compared, failed a transfer, or was not run.
-struct Case {
-    std::string pass;  // "1", or "4 to 100" for rows of passes not run
-    std::string line, address, reg, expected, actual;
-    Status status = Status::Pass;
-    std::string why;  // what the board answered, or why the row did not run
-    double seconds = 0;
-
-    std::string name() const {
-        std::string text = "line " + line + " " + address + " reg " + (reg.empty() ? "-" : reg);
-        return pass == "1" ? text : "pass " + pass + " " + text;
-    }
-};
-
-struct Suite {
-    std::string path;
-    std::vector<Case> cases;
-    double seconds = 0;
-    int passesRun = 0;
-    int count(Status s) const {
-        int n = 0;
-        for (const Case& c : cases) n += c.status == s ? 1 : 0;
-        return n;
-    }
-};
 
 struct Totals {
     int passed = 0, failed = 0, skipped = 0;
@@ -173,7 +144,7 @@ Json JsonReport(const std::vector<Suite>& suites, const std::string& stopped) {
                             {"register", Utf8(c.reg)},
                             {"expected", Utf8(c.expected)},
                             {"actual", Utf8(c.actual)},
-                            {"status", StatusText(c.status)},
+                            {"status", CaseStatusText(c.status)},
                             {"why", c.why},
                             {"time", c.seconds}});
         }
@@ -236,104 +207,8 @@ private:
     Clock::time_point lastDrawn_{};
 };
 
-// The main part of a loaded script: rows 1 to End Main - 1, or every row.
-int LastMainRow(const ScriptLoad& load) {
-    int last = std::min<int>(load.EndMainLine, static_cast<int>(load.rows.size()));
-    if (last >= 1 && load.rows[last - 1].Operation == "Cmd: End Main") --last;
-    return last;
-}
-
-bool Compares(const ScriptRow& r) {
-    return !r.DataRd.empty() && r.DataRdBytes > 0;
-}
-
-bool TouchesTheBus(const ScriptLoad& load) {
-    for (int n = 1; n <= LastMainRow(load); ++n) {
-        const ScriptRow& r = load.rows[n - 1];
-        if (r.DataWrBytes > 0 || r.DataRdBytes > 0) return true;
-    }
-    return false;
-}
-
-Case RowCase(const std::string& pass, const ScriptRow& r) {
-    Case c;
-    c.pass = pass;
-    c.line = r.Line;
-    c.address = r.I2CAdr;
-    c.reg = r.RegAdr;
-    c.expected = r.DataRd;
-    return c;
-}
-
-// The cases of one pass: every row that compared or failed, with the time since the case
-// before it (its delay and write rows included), and the compared rows it did not run.
-std::vector<Case> PassCases(const PassOutcome& pass, const ScriptLoad& load,
-                            const std::string& passName, const std::string& stopWhy,
-                            const std::string& recordPath) {
-    std::vector<Case> cases;
-    Clock::duration since{};
-    for (const RowOutcome& r : pass.rows) {
-        since += r.time;
-        if (!r.compare && !r.failed()) continue;
-        Case c;
-        c.pass = passName;
-        c.line = r.line;
-        c.address = r.address;
-        c.reg = r.reg;
-        if (r.compare) {
-            c.expected = r.compare->expected;
-            c.actual = r.compare->actual;
-        }
-        if (r.write && !r.write->ok()) {
-            c.why = "write acknowledged " + std::to_string(r.write->actual) + " of " +
-                    std::to_string(r.write->expected) + " bytes";
-        } else if (r.read && !r.read->ok()) {
-            c.why = "read " + std::to_string(r.read->actual) + " of " +
-                    std::to_string(r.read->expected) + " bytes";
-        } else if (r.kind == RowKind::SaveFile && r.error != CoreError::None) {
-            c.why = "record " + recordPath + " not written: " + r.reason;
-        } else if (r.error != CoreError::None) {
-            c.why = std::string(CoreErrorText(r.error)) + (r.reason.empty() ? "" : ": " + r.reason);
-        } else if (r.compare && !r.compare->passed) {
-            c.why =
-                "expected " + c.expected + ", read " + (c.actual.empty() ? "nothing" : c.actual);
-        }
-        c.status = r.failed() ? Status::Fail : Status::Pass;
-        c.seconds = Seconds(since);
-        since = {};
-        cases.push_back(std::move(c));
-    }
-    for (const int n : pass.rowsNotRun) {
-        if (n < 1 || n > static_cast<int>(load.rows.size()) || !Compares(load.rows[n - 1]))
-            continue;
-        Case c = RowCase(passName, load.rows[n - 1]);
-        c.status = Status::Skipped;
-        c.why = stopWhy.empty() ? PassEndName(pass.end) : stopWhy;
-        cases.push_back(std::move(c));
-    }
-    return cases;
-}
-
 void PrintCase(const Case& c, const std::string& script) {
-    std::printf("%s%s %s %s %s %s %s%s\n", script.empty() ? "" : (script + ": ").c_str(),
-                c.line.c_str(), c.address.c_str(), c.reg.empty() ? "-" : c.reg.c_str(),
-                c.expected.empty() ? "-" : c.expected.c_str(),
-                c.actual.empty() ? "-" : c.actual.c_str(), StatusText(c.status),
-                c.status != Status::Pass && c.why.rfind("expected ", 0) != 0
-                    ? (" (" + c.why + ")").c_str()
-                    : "");
-}
-
-// The compared rows from row `from` on, as not run.
-void SkipRows(const ScriptLoad& load, int from, const std::string& pass, const std::string& why,
-              std::vector<Case>& cases) {
-    for (int n = std::max(from, 1); n <= LastMainRow(load); ++n) {
-        if (!Compares(load.rows[n - 1])) continue;
-        Case c = RowCase(pass, load.rows[n - 1]);
-        c.status = Status::Skipped;
-        c.why = why;
-        cases.push_back(std::move(c));
-    }
+    std::printf("%s%s\n", script.empty() ? "" : (script + ": ").c_str(), CaseLine(c).c_str());
 }
 
 // The lines the reader could not read cleanly, on stderr.
@@ -444,90 +319,51 @@ int Run(const Options& o) {
         }
     }
 
-    Session session(o);
+    CliSession session(o);
     if (const int status = Start(session)) return status;
     session.close();
     CatchStopSignals();
 
-    Program& program = session.program();
-    // A script window takes its address from the main window, as when it opens from there.
-    program.mainWindow().txtI2CAdr.setText(o.address);
     Progress progress(o);
     std::vector<Suite> suites;
     bool writeFailed = false, stoppedEarly = false;
     const bool several = scripts.size() > 1;
 
     for (const std::string& path : scripts) {
-        Suite suite{path, {}, 0, 0};
         const std::string shownName = several ? path : "";
-        auto window = program.newScriptWindow();
-        FrmScriptOps& w = *window;
-        w.Form_Load();
-        session.dialogs().openChoices.push_back(path);
-        const std::optional<LoadOutcome> loaded = w.ReadScriptFile();
-        if (!loaded || !loaded->loaded) {
-            Complain("cannot read " + path + ": " + (loaded ? loaded->reason : "not opened"));
-            program.closeScriptWindow(w);
+        const auto runStart = Clock::now();
+        ScriptRunRequest request;
+        request.path = path;
+        request.loop = o.loop;
+        request.abortOnFail = o.abortOnFail;
+        request.address = o.address;
+        request.recordDir = o.recordDir;
+        request.updateExpectedFile = o.updateExpectedFile;
+        request.append = o.append;
+        // Loop Cont stops at the signals' stop request, after the current row.
+        request.stop = &StopRequest();
+        request.stopWhy = [] { return std::string("stopped by ") + SignalName(StopSignal()); };
+        request.onRow = [&](int pass, int row, int rows) {
+            progress.row(FileName(path), pass, o.loop, row, rows, runStart);
+        };
+        const auto print = [&](const std::vector<Case>& cases) {
+            if (o.quiet || o.json || cases.empty()) return;
+            progress.clear();
+            for (const Case& c : cases) PrintCase(c, shownName);
+        };
+        request.onPass = [&](int pass, const PassOutcome& outcome, const std::vector<Case>& cases) {
+            progress.pass(FileName(path), pass, o.loop, outcome.passed, outcome.failed);
+            print(cases);
+        };
+        request.onNotRun = print;
+        ScriptRun run = RunScript(session, request);
+        if (!run.loaded) {
+            Complain("cannot read " + path + ": " + run.loadError);
             return kExitUsage;
         }
-        // The "_DL" records go where --record-dir says; the window keeps them beside the script.
-        if (!o.recordDir.empty()) {
-            w.cdldialog.setFileName((std::filesystem::path(o.recordDir) / FileName(path)).string());
-        }
-        w.chkAOF.setChecked(o.abortOnFail);
-        const ScriptLoad& load = w.script;
-        const int mainRows = LastMainRow(load);
-        const auto runStart = Clock::now();
-        int pass = 1;
-        w.onRowStarted = [&](int n) {
-            progress.row(FileName(path), pass, o.loop, std::min(n, mainRows), mainRows, runStart);
-        };
-        // Loop Cont with a number of passes and the signals' stop request; each pass is
-        // reported as it ends, and none is kept, so that a night's loop stays small.
-        LoopRequest request;
-        request.maxPasses = o.loop;
-        request.stop = &StopRequest();
-        request.onPass = [&](const PassOutcome& outcome) {
-            const std::string why =
-                StopSignal() ? std::string("stopped by ") + SignalName(StopSignal()) : "";
-            std::vector<Case> cases = PassCases(outcome, load, std::to_string(pass), why,
-                                                DataLogPath(w.cdldialog.fileName));
-            progress.pass(FileName(path), pass, o.loop, outcome.passed, outcome.failed);
-            if (!o.quiet && !o.json && !cases.empty()) {
-                progress.clear();
-                for (const Case& c : cases) PrintCase(c, shownName);
-            }
-            suite.cases.insert(suite.cases.end(), cases.begin(), cases.end());
-            ++pass;
-        };
-        LoopOutcome loop;
-        if (TouchesTheBus(load) && StopSignal() == 0) loop = w.RunLoop(request);
-        suite.passesRun = loop.passesRun;
-        w.onRowStarted = nullptr;
-        // Passes that never started, one skipped case a row for all of them.
-        const int firstNotRun = suite.passesRun + 1;
-        if (firstNotRun <= o.loop && TouchesTheBus(load)) {
-            stoppedEarly = true;
-            const std::string passes = firstNotRun == o.loop ? std::to_string(o.loop)
-                                                             : std::to_string(firstNotRun) +
-                                                                   " to " + std::to_string(o.loop);
-            std::vector<Case> cases;
-            SkipRows(load, 1, passes,
-                     (firstNotRun == o.loop ? "pass " : "passes ") + passes + " not run", cases);
-            if (!o.quiet && !o.json) {
-                for (const Case& c : cases) PrintCase(c, shownName);
-            }
-            suite.cases.insert(suite.cases.end(), cases.begin(), cases.end());
-        }
-        suite.seconds = Seconds(Clock::now() - runStart);
-        if (!o.updateExpectedFile.empty()) {
-            w.txtFilePath.setText(o.updateExpectedFile);
-            w.chkAppend.setChecked(o.append);
-            const WriteBackOutcome written = w.cmdStartRec_Click();
-            writeFailed = writeFailed || !written.written;
-        }
-        program.closeScriptWindow(w);
-        suites.push_back(std::move(suite));
+        stoppedEarly = stoppedEarly || run.stoppedEarly;
+        writeFailed = writeFailed || run.writeBackFailed;
+        suites.push_back(std::move(run.suite));
     }
 
     if (!o.junitFile.empty()) {
