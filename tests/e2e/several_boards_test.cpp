@@ -135,14 +135,15 @@ TEST(SeveralBoards, UnpluggingOneLeavesTheOtherRunningAndAReplugComesBack) {
 // The command line on the station: list names both boards, and a command that uses a board
 // takes the one named, or refuses to guess.
 TEST(SeveralBoards, CommandLinePicksByIdAndNeverGuesses) {
-    auto cli = [](const std::string& args) {
+    auto run = [](const std::string& command) {
         std::string out;
-        FILE* pipe = popen((std::string(I2CB_CLI_PATH) + " " + args + " 2>&1").c_str(), "r");
+        FILE* pipe = popen((command + " 2>&1").c_str(), "r");
         std::array<char, 512> chunk{};
         while (pipe && std::fgets(chunk.data(), chunk.size(), pipe)) out += chunk.data();
         const int raw = pipe ? pclose(pipe) : -1;
         return std::pair{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, out};
     };
+    auto cli = [&](const std::string& args) { return run(I2CB_CLI_PATH " " + args); };
     EXPECT_EQ(cli("list").first, 3) << "nothing attached";
     Station station;
     const struct {
@@ -185,6 +186,19 @@ TEST(SeveralBoards, CommandLinePicksByIdAndNeverGuesses) {
         EXPECT_EQ(status, c.status) << c.args << "\n" << out;
         EXPECT_EQ(out, c.out) << c.args;
     }
+#ifdef I2CB_PYTHON_DIR
+    // Python refuses the same way, and takes the board named.
+    const auto python = run("PYTHONPATH=" I2CB_PYTHON_DIR
+                            " /usr/bin/python3 -c '"
+                            "import i2cbridge\n"
+                            "try: i2cbridge.open()\n"
+                            "except ValueError as e: print(e)\n"
+                            "print(i2cbridge.SMBus(board=\"1-4\").read_byte_data(0x30, 2))'");
+    EXPECT_EQ(python.second,
+              "2 boards attached; choose one with board=ID (its serial number or port):\n"
+              "  1-2.3  bus 001 device 003  serial REF-0001  I2C Bridge  ready\n"
+              "  1-4  bus 001 device 004  serial -  I2C Bridge  ready\n34\n");
+#endif
 }
 
 }  // namespace
