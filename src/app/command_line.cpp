@@ -16,16 +16,20 @@ std::string HexId(uint16_t id) {
 }
 
 constexpr const char* kBoardCommands = "read write dump scan gpio run";
+constexpr const char* kListCommands = "list read write dump scan gpio run";
 
 std::vector<OptionSpec> MakeTable() {
     const unsigned both = kBothPrograms, cli = kCliProgram;
     return {
-        {"--simulate", "", "", both, kBoardCommands,
+        {"--simulate", "", "", both, kListCommands,
          "use the built-in simulated board instead of the board on USB", ""},
-        {"--vid", "", "ID", both, kBoardCommands, "vendor identifier to match, hexadecimal",
+        {"--vid", "", "ID", both, kListCommands, "vendor identifier to match, hexadecimal",
          HexId(BoardVendorId)},
-        {"--pid", "", "ID", both, kBoardCommands, "product identifier to match, hexadecimal",
+        {"--pid", "", "ID", both, kListCommands, "product identifier to match, hexadecimal",
          HexId(BoardProductId)},
+        {"--board", "", "ID", both, kBoardCommands,
+         "the board with this serial number or USB port path (1-2.3), when several are attached",
+         ""},
         {"--log", "", "FILE", both, "", "append every program log entry to FILE as it is written",
          ""},
         {"--trace", "", "FILE", cli, kBoardCommands,
@@ -246,6 +250,9 @@ CommandLine CommandLine::Parse(std::span<const std::string> args) {
             } else {
                 (name == "--vid" ? cl.vendorId : cl.productId) = id;
             }
+        } else if (name == "--board") {
+            if (g.value.empty()) cl.error = name + " needs an " + g.spec->value;
+            cl.board = g.value;
         } else if (name == "--log") {
             if (g.value.empty()) cl.error = name + " needs a " + g.spec->value;
             cl.logFile = g.value;

@@ -61,6 +61,7 @@ struct CommandLine {
     bool version = false;   // --version, -V or -v
     std::optional<uint16_t> vendorId;
     std::optional<uint16_t> productId;
+    std::string board;    // a serial number or a port path; empty: the only board attached
     std::string logFile;  // every log entry is appended there as it is written
     std::string error;    // what was wrong with the options; empty when all is well
 

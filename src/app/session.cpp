@@ -22,7 +22,7 @@ Session::Session(const SessionSettings& s)
       pump_(*board_.driver),
       wb_(*board_.driver, pump_, dialogs_),
       program_(wb_) {
-    MatchBoard(wb_.usb, board_, s.vendorId, s.productId);
+    MatchBoard(wb_.usb, board_, s.vendorId, s.productId, s.board);
     dialogs_.okCancelAnswer = s.pause;
     // Without the main window's open, the I2C pipe is selected here.
     wb_.usb.InitI2CPipe();
@@ -47,6 +47,13 @@ Session::~Session() {
     trace_.reset();
     wb_.log.onEntry = nullptr;
     wb_.log.onError = nullptr;
+}
+
+BoardPick Session::pickBoard() {
+    UsbConnection& usb = wb_.usb;
+    BoardPick pick = PickBoard(usb.driver(), usb.MatchTable, usb.BoardId);
+    if (pick.outcome == BoardPick::Chosen) usb.BoardId = pick.id;
+    return pick;
 }
 
 bool Session::open() {

@@ -23,6 +23,7 @@ namespace i2cbridge {
 struct SessionSettings {
     bool simulate = false;  // the built-in board instead of the one on USB
     std::optional<uint16_t> vendorId, productId;
+    std::string board;      // a serial number or a port path; empty: the only board attached
     std::string logFile;    // every log entry is appended there as it is written
     std::string traceFile;  // every transfer, as text or (".pcap") usbmon capture
     Dialogs::Answer pause = Dialogs::Answer::Ok;  // how a keypress pause is answered
@@ -46,6 +47,12 @@ public:
 
     // Empty when the session is ready; otherwise what went wrong with the log or trace file.
     const std::string& setupError() const { return setupError_; }
+
+    // Which board the session takes, asked before the open: the one named, or the only one
+    // attached, which the session then keeps to (by its serial number, or its port). With
+    // several attached and none named it takes none: the pick lists them, and the front end
+    // refuses, since a test station must never guess.
+    BoardPick pickBoard();
 
     // Opens the board (the module-level open); false when no board could be opened, and
     // noBoardText() says which board was looked for. close() closes it again.

@@ -123,6 +123,12 @@ void TransferTrace::record(const TransferRecord& r) {
 }
 
 void TransferTrace::writeText(const TransferRecord& r) {
+    // The board, before its first transfer and again whenever another one answers.
+    const std::string board = BoardName(usb_.Board);
+    if (board != board_) {
+        std::fprintf(text_, "# board %s\n", board.c_str());
+        board_ = board;
+    }
     const auto us = std::chrono::duration_cast<std::chrono::microseconds>(r.completed - start_);
     std::string bytes;
     for (uint8_t b : r.data) bytes.append(" ").append(HexByteText(b));
@@ -148,8 +154,9 @@ void TransferTrace::writePcap(const TransferRecord& r) {
         h.type = type;
         h.transferType = kBulk;
         h.endpoint = static_cast<uint8_t>(r.pipe);
-        h.device = 2;
-        h.bus = 1;
+        // Where the board sits, as usbmon numbers it.
+        h.device = usb_.Board.bus != 0 ? usb_.Board.address : 2;
+        h.bus = usb_.Board.bus != 0 ? usb_.Board.bus : 1;
         h.flagSetup = '-';
         h.flagData = captured > 0 ? 0 : (type == 'S' ? '<' : '>');
         h.seconds = us / 1000000;

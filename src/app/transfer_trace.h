@@ -2,8 +2,9 @@
 
 // A trace of every transfer the connection makes, for a bench engineer who wants to see the
 // frames on the wire: a readable text file (time since the trace began in microseconds, pipe,
-// direction, lengths, status, bytes), or, for a name ending in ".pcap", the USB transfers in
-// the Linux usbmon capture format that Wireshark and tshark open.
+// direction, lengths, status, bytes; a comment line names the board), or, for a name ending in
+// ".pcap", the USB transfers in the Linux usbmon capture format that Wireshark and tshark open,
+// with the board's bus and device number.
 
 #include <chrono>
 #include <cstdio>
@@ -42,6 +43,7 @@ private:
     std::chrono::steady_clock::time_point start_;
     std::chrono::system_clock::time_point wallStart_;
     uint64_t nextId_ = 1;
+    std::string board_;  // the board the text named last
 };
 
 }  // namespace i2cbridge

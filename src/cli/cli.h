@@ -31,6 +31,7 @@ struct Options {
     std::vector<std::string> words;  // the command and its arguments
     bool simulate = false;
     std::optional<uint16_t> vendorId, productId;
+    std::string board;  // --board: a serial number or a port path
     bool json = false, quiet = false, verbose = false, sevenBit = false;
     std::string logFile, traceFile;
     // run
@@ -70,6 +71,9 @@ private:
     const Options& options_;
 };
 
+// What to try when no board was found, on stderr.
+void NoBoardHints();
+
 // Starts the session's board for a command: kExitOk, or the exit status to end with.
 int Start(CliSession& session);
 
@@ -82,6 +86,7 @@ std::string Utf8(std::string_view bytes);
 // Prints a JSON document on one line.
 void PrintJson(const nlohmann::ordered_json& document);
 
+int List(const Options& o);
 int Read(const Options& o);
 int Write(const Options& o);
 int Dump(const Options& o);

@@ -32,6 +32,8 @@ std::string CliUsageText() {
     return "Usage: i2cbridge-cli COMMAND [ARGUMENTS] [OPTIONS]\n"
            "\n"
            "Commands:\n"
+           "  list                     list the boards attached: port, bus and device, serial\n"
+           "                           number, product, and whether you can open it\n"
            "  read ADDR REG [COUNT]    read COUNT bytes (1 to 255, default 1) from register REG\n"
            "  write ADDR REG DATA...   write the data bytes to register REG\n"
            "  dump ADDR                read registers 00 to FF one by one, as a 16 by 16 table\n"
@@ -40,6 +42,9 @@ std::string CliUsageText() {
            "read back\n"
            "  show SCRIPT              print a script's rows as the script window shows them\n"
            "  run SCRIPT...            run each script's main part as Run All Steps does\n"
+           "\n"
+           "With several boards attached, a command that uses a board needs --board ID: the\n"
+           "board's serial number or its USB port path, as list shows them.\n"
            "\n"
            "ADDR is a device's 8-bit write address (60 for the device at 7-bit address 30; with\n"
            "-7 the 7-bit address), REG its register address (one or more bytes, most significant\n"
@@ -50,9 +55,9 @@ std::string CliUsageText() {
            OptionHelp(kCliProgram) +
            "\n"
            "Exit status: 0 done (every compare passed), 1 a compare failed, a device did not\n"
-           "answer, a record could not be written or the run did not run every row, 2 bad usage\n"
-           "or a file that cannot be read or written, 3 no board, 130 or 143 stopped by SIGINT\n"
-           "or SIGTERM.\n";
+           "answer, a record could not be written or the run did not run every row, 2 bad usage,\n"
+           "a file that cannot be read or written or several boards and no --board, 3 no board,\n"
+           "130 or 143 stopped by SIGINT or SIGTERM.\n";
 }
 
 void PrintLogEntry(std::string_view text) {
@@ -79,8 +84,8 @@ bool ParseLoop(const std::string& text, int& loop) {
 std::string Interpret(const ParsedArguments& parsed, Options& o) {
     o.words = parsed.words;
     const std::string command = o.words.empty() ? "" : o.words.front();
-    constexpr std::string_view kCommands[] = {"read", "write", "dump", "scan",
-                                              "gpio", "show",  "run"};
+    constexpr std::string_view kCommands[] = {"list", "read", "write", "dump",
+                                              "scan", "gpio", "show",  "run"};
     if (!command.empty() &&
         std::find(std::begin(kCommands), std::end(kCommands), command) == std::end(kCommands)) {
         return "unknown command " + command;
@@ -104,6 +109,8 @@ std::string Interpret(const ParsedArguments& parsed, Options& o) {
         if (!id) return std::string(name) + " wants a hexadecimal identifier from 0 to FFFF";
         (name[2] == 'v' ? o.vendorId : o.productId) = id;
     }
+    o.board = parsed.value("--board");
+    if (parsed.has("--board") && o.board.empty()) return "--board needs an ID";
     const std::pair<const char*, std::string*> files[] = {
         {"--log", &o.logFile},
         {"--trace", &o.traceFile},
@@ -183,6 +190,7 @@ static SessionSettings Settings(const Options& o) {
     s.simulate = o.simulate;
     s.vendorId = o.vendorId;
     s.productId = o.productId;
+    s.board = o.board;
     s.logFile = o.logFile;
     s.traceFile = o.traceFile;
     s.pause = o.pause;
@@ -202,16 +210,19 @@ CliSession::CliSession(const Options& o) : Session(Settings(o)), options_(o) {
 bool CliSession::open() {
     if (Session::open()) return true;
     Complain(noBoardText());
-    if (!options_.quiet) {
-        std::fputs(
-            "  try --simulate to use the built-in simulated board;\n"
-            "  if the board is plugged in, install the udev rule that lets you open it\n"
-            "  (/usr/lib/udev/rules.d/60-i2cbridge.rules, or packaging/60-i2cbridge.rules from\n"
-            "  the source, into /etc/udev/rules.d/) and plug it in again;\n"
-            "  a board with other identifiers needs --vid and --pid.\n",
-            stderr);
-    }
+    if (!wb().usb.BoardId.empty()) Complain("no board " + wb().usb.BoardId + " among them");
+    if (!options_.quiet) NoBoardHints();
     return false;
+}
+
+void NoBoardHints() {
+    std::fputs(
+        "  try --simulate to use the built-in simulated board;\n"
+        "  if the board is plugged in, install the udev rule that lets you open it\n"
+        "  (/usr/lib/udev/rules.d/60-i2cbridge.rules, or packaging/60-i2cbridge.rules from\n"
+        "  the source, into /etc/udev/rules.d/) and plug it in again;\n"
+        "  a board with other identifiers needs --vid and --pid.\n",
+        stderr);
 }
 
 int Start(CliSession& session) {
@@ -219,7 +230,19 @@ int Start(CliSession& session) {
         Complain(session.setupError());
         return kExitUsage;
     }
-    return session.open() ? kExitOk : kExitNoBoard;
+    // With several boards attached, a test station must say which: never guess. With one,
+    // the session keeps to it, so another board plugged in meanwhile is not taken for it.
+    const BoardPick pick = session.pickBoard();
+    if (pick.outcome == BoardPick::Several) {
+        Complain(std::to_string(pick.boards.size()) +
+                 " boards attached; choose one with --board ID (its serial number or port):");
+        for (const AttachedBoard& b : pick.boards)
+            std::fprintf(stderr, "  %s\n", BoardLine(b).c_str());
+        return kExitUsage;
+    }
+    if (!session.open()) return kExitNoBoard;
+    session.wb().log.LogNote("Board: " + BoardName(session.wb().usb.Board));
+    return kExitOk;
 }
 
 std::optional<std::vector<uint8_t>> HexBytes(std::string text) {
@@ -277,6 +300,7 @@ int main(int argc, char** argv) {
     if (const std::string error = Interpret(parsed, o); !error.empty()) return Usage(error);
     if (o.words.empty()) return Usage("no command given");
     const std::string& command = o.words[0];
+    if (command == "list") return List(o);
     if (command == "read") return Read(o);
     if (command == "write") return Write(o);
     if (command == "dump") return Dump(o);

@@ -101,7 +101,8 @@ std::string Counts(int tests, int failures, int skipped, double seconds) {
            "\"";
 }
 
-std::string JUnit(const std::vector<Suite>& suites) {
+// board: the board the run used, as the log names it; each suite carries it as a property.
+std::string JUnit(const std::vector<Suite>& suites, const std::string& board) {
     const Totals all(suites);
     std::string x =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"i2cbridge-cli\"" +
@@ -112,6 +113,9 @@ std::string JUnit(const std::vector<Suite>& suites) {
              Counts(static_cast<int>(s.cases.size()), s.count(Status::Fail),
                     s.count(Status::Skipped), s.seconds) +
              ">\n";
+        if (!board.empty())
+            x += "    <properties>\n      <property name=\"board\" value=\"" + Xml(board) +
+                 "\"/>\n    </properties>\n";
         for (const Case& c : s.cases) {
             x += "    <testcase classname=\"" + name + "\" name=\"" + Xml(c.name()) + "\" time=\"" +
                  Time(c.seconds) + "\"";
@@ -363,7 +367,8 @@ int Run(const Options& o) {
     }
 
     if (!o.junitFile.empty()) {
-        if (auto failure = WriteFileAtomically(o.junitFile, JUnit(suites))) {
+        if (auto failure = WriteFileAtomically(o.junitFile,
+                                               JUnit(suites, BoardName(session.wb().usb.Board)))) {
             Complain("cannot write " + o.junitFile + ": " + *failure);
             writeFailed = true;
         }

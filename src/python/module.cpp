@@ -128,10 +128,19 @@ public:
             auto session = std::make_unique<Session>(settings_);
             if (!session->setupError().empty()) {
                 error = session->setupError();
+            } else if (const BoardPick pick = session->pickBoard();
+                       pick.outcome == BoardPick::Several) {
+                // A test must never guess which board it talks to.
+                error = std::to_string(pick.boards.size()) +
+                        " boards attached; choose one with board=ID (its serial number or port):";
+                for (const AttachedBoard& b : pick.boards) error += "\n  " + BoardLine(b);
             } else if (!session->open()) {
                 noBoard = session->noBoardText();
             } else {
                 session_ = std::move(session);
+                // Opened again later, the session keeps to this board.
+                settings_.board = session_->wb().usb.BoardId;
+                name_ = BoardName(session_->wb().usb.Board);
                 hookLog();
                 // The board stays open between calls, as when the user holds the connection
                 // by hand: the windows' own steps (a script, the GPIO screen) use it as it is.
@@ -157,6 +166,13 @@ public:
             closeLocked();
         }
         flushLog();
+    }
+
+    // How the log names the board: its port and serial number.
+    std::string name() {
+        py::gil_scoped_release release;
+        std::lock_guard lock(mutex_);
+        return name_;
     }
 
     bool isOpen() {
@@ -441,6 +457,7 @@ private:
     }
 
     SessionSettings settings_;
+    std::string name_;  // the board opened last
     std::mutex mutex_;
     std::unique_ptr<Session> session_;
     std::mutex logMutex_;
@@ -564,9 +581,11 @@ PYBIND11_MODULE(_i2cbridge, m) {
 
 One thread at a time: a second thread calling in while a call runs waits for it.)doc")
         .def(py::init([](bool simulate, std::optional<int> vid, std::optional<int> pid,
-                         std::optional<std::string> log, std::optional<std::string> trace) {
+                         std::optional<std::string> log, std::optional<std::string> trace,
+                         std::optional<std::string> board) {
                  SessionSettings s;
                  s.simulate = simulate;
+                 s.board = board.value_or("");
                  for (const auto& [name, id, out] :
                       {std::tuple{"vid", vid, &s.vendorId}, std::tuple{"pid", pid, &s.productId}}) {
                      if (!id) continue;
@@ -580,10 +599,12 @@ One thread at a time: a second thread calling in while a call runs waits for it.
              }),
              py::kw_only(), py::arg("simulate") = false, py::arg("vid") = py::none(),
              py::arg("pid") = py::none(), py::arg("log") = py::none(),
-             py::arg("trace") = py::none())
+             py::arg("trace") = py::none(), py::arg("board") = py::none())
         .def("open", &Board::open, "Opens the board again after close() or after it went away.")
         .def("close", &Board::close, "Closes the board; open() opens it again.")
         .def_property_readonly("is_open", &Board::isOpen)
+        .def_property_readonly("name", &Board::name,
+                               "The board's port and serial number: '1-2.3 (serial A17)'.")
         .def("__enter__", [](py::object self) { return self; })
         .def("__exit__",
              [](Board& b, py::args) {

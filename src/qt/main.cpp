@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QLatin1String(kAppTitle));
     QtProgram program(options);
+    if (!program.chooseBoard()) return 3;  // several boards, and the user picked none
     if (const auto why = program.start()) {
         std::fprintf(stderr, "i2cbridge: cannot write the log to %s: %s\n", options.logFile.c_str(),
                      why->c_str());

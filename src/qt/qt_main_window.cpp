@@ -142,11 +142,13 @@ public:
 
 }  // namespace
 
-MainWindowView::MainWindowView(Program& program, bool simulatedBoard, QWidget* parent)
+MainWindowView::MainWindowView(Program& program, bool simulatedBoard, QWidget* parent,
+                               const QString& board)
     : ModelHolder(program.mainWindowModel()), QMainWindow(parent), model_(held()), wb_(program.wb) {
     setObjectName(QStringLiteral("frmI2C_General"));
-    bind::windowTitle(model_.Caption, this,
-                      simulatedBoard ? QStringLiteral(" [simulated board]") : QString());
+    QString suffix = simulatedBoard ? QStringLiteral(" [simulated board]") : QString();
+    if (!board.isEmpty()) suffix += QStringLiteral(" [board ") + board + QStringLiteral("]");
+    bind::windowTitle(model_.Caption, this, suffix);
 
     tabs_ = new QTabWidget;
     tabs_->setObjectName(QStringLiteral("SSTab1"));

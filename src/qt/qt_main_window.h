@@ -20,7 +20,9 @@ class FrmI2CGeneral;
 class MainWindowView : private ModelHolder<FrmI2CGeneral>, public QMainWindow {
 public:
     // simulatedBoard adds " [simulated board]" to the caption the model gives.
-    MainWindowView(Program& program, bool simulatedBoard, QWidget* parent = nullptr);
+    // board: how the title names the board the window keeps to; empty when none was chosen.
+    MainWindowView(Program& program, bool simulatedBoard, QWidget* parent = nullptr,
+                   const QString& board = {});
     ~MainWindowView() override;
 
     FrmI2CGeneral& model() { return model_; }

@@ -25,6 +25,10 @@ class QtProgram {
 public:
     explicit QtProgram(const CommandLine& options);
 
+    // Which board the window keeps to: the one --board names, the only one attached, or, with
+    // several attached, the one the user picks from a list (asked once). False when the user
+    // picks none.
+    bool chooseBoard();
     // Streams the log to the file named by --log, if any (before anything is logged, so the
     // file gets every entry), then loads the startup window, which shows the main window.
     // Returns why the log file cannot be written; nothing is shown then.

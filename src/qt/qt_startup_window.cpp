@@ -44,7 +44,8 @@ StartupWindow::~StartupWindow() = default;
 
 void StartupWindow::Form_Load() {
     hide();
-    if (!main_) main_ = std::make_unique<MainWindowView>(windows_.program, simulated_);
+    if (!main_)
+        main_ = std::make_unique<MainWindowView>(windows_.program, simulated_, nullptr, board_);
     windows_.mainWindow = main_.get();
     // Open the main window at the size that shows every control, as far as the screen allows.
     main_->ensurePolished();  // the style's margins count in the size

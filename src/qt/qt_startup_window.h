@@ -21,10 +21,13 @@ public:
     // Hides this window, then creates the main window if needed and shows it.
     void Form_Load();
     MainWindowView* mainWindow() const { return main_.get(); }
+    // How the main window's title names the chosen board; set before the load.
+    void setBoardName(const QString& name) { board_ = name; }
 
 private:
     QtWindows& windows_;
     bool simulated_;
+    QString board_;
     std::unique_ptr<MainWindowView> main_;
 };
 

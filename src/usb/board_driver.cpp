@@ -62,4 +62,31 @@ bool PipeMatches(uint32_t pipe, bool read) {
     return ((pipe & 0x80) != 0) == read;
 }
 
+bool BoardIdMatches(const BoardIdentity& board, std::string_view id) {
+    if (id.empty()) return false;
+    return (!board.serial.empty() && board.serial == id) || board.portPath == id;
+}
+
+std::string BoardName(const BoardIdentity& board) {
+    return board.portPath +
+           (board.serial.empty() ? " (no serial)" : " (serial " + board.serial + ")");
+}
+
+std::string BoardIdOf(const BoardIdentity& board) {
+    return board.serial.empty() ? board.portPath : board.serial;
+}
+
+std::string AccessText(int32_t access) {
+    switch (access) {
+        case usb_status::kSuccess:
+            return "ready";
+        case usb_status::kAccess:
+            return "no permission";
+        case usb_status::kBusy:
+            return "busy";
+        default:
+            return usb_status::Name(access);
+    }
+}
+
 }  // namespace i2cbridge

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace i2cbridge {
@@ -70,8 +71,35 @@ struct InterfaceInfo {
     std::size_t activeAlternate = 0;  // index into alternates
 };
 
+// Where a board sits and what it calls itself: how a user picks one of several boards.
+struct BoardIdentity {
+    std::string
+        portPath;  // as Linux names the USB port: bus, then the ports from the root, "1-2.3"
+    uint8_t bus = 0;
+    uint8_t address = 0;  // the device number on its bus
+    std::string serial;   // the serial number string; empty when the board has none
+    std::string product;  // the product string; empty when the board has none
+};
+
+// True when ID names this board: its serial number (when it has one) or its port path.
+bool BoardIdMatches(const BoardIdentity& board, std::string_view id);
+// How the log and the reports name a board: "1-2.3 (serial A17)", "1-2.3 (no serial)".
+std::string BoardName(const BoardIdentity& board);
+// The ID that keeps naming this board: its serial number, or its port path when it has none.
+std::string BoardIdOf(const BoardIdentity& board);
+
+// A matching board found by listBoards, and whether this user could open it now:
+// kSuccess, kAccess (no permission) or kBusy (another program holds it).
+struct AttachedBoard {
+    BoardIdentity identity;
+    int32_t access = 0;
+};
+// "ready", "no permission", "busy", or the status's name.
+std::string AccessText(int32_t access);
+
 // What the library knows of an attached device: its device descriptor and its interfaces.
 struct UsbDeviceInfo {
+    BoardIdentity identity;
     std::array<uint8_t, 18> deviceDescriptor{};
     std::vector<InterfaceInfo> interfaces;
     std::size_t activeInterface = 0;  // index into interfaces
@@ -112,6 +140,10 @@ public:
     virtual int32_t resetDevice(UsbDeviceHandle device, uint32_t options) = 0;
     virtual void uninit(UsbDriverHandle driverHandle) = 0;
     virtual std::string statusText(int32_t status) = 0;
+
+    // Every attached board that matches the entry, whether the library runs or not, in the
+    // order of their port paths. Returns a status (the library could not be started).
+    virtual int32_t listBoards(const MatchEntry& match, std::vector<AttachedBoard>& boards) = 0;
 
     // Runs the attach and detach handlers of events that arrived since the last call, in the
     // order they arrived. Called by the user-interface pump on every yield.

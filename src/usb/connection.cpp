@@ -91,9 +91,27 @@ void UsbConnection::close(ConnectionView* view) {
     pump_.yield();
 }
 
+bool UsbConnection::takes(UsbDeviceHandle h, const BoardIdentity& board,
+                          const DriverContextRecord& c) {
+    // Without a chosen board, the one attached keeps the connection; a handle left from an
+    // earlier open is no board.
+    UsbDeviceInfo attached;
+    const bool chosen = BoardId.empty() ? c.DeviceHandle == 0 || c.DeviceHandle == h ||
+                                              driver_.getDeviceInfo(c.DeviceHandle, attached) != 0
+                                        : BoardIdMatches(board, BoardId);
+    if (chosen) return true;
+    if (ignored_.insert(BoardName(board)).second) {
+        log_.LogNote("DeviceAttach: Ignoring the board at " + BoardName(board) +
+                     (BoardId.empty() ? ": another board is attached" : ": not board " + BoardId));
+    }
+    return false;
+}
+
 bool UsbConnection::DeviceAttach(UsbDeviceHandle h, const UsbDeviceInfo& d,
                                  DriverContextRecord& c) {
+    if (!takes(h, d.identity, c)) return false;
     c.DeviceHandle = h;
+    Board = d.identity;
     const int32_t status = driver_.setInterface(h, static_cast<uint32_t>(c.InterfaceNumber),
                                                 static_cast<uint32_t>(c.AlternateSetting));
     c.AttachStatus = status;

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,13 @@ public:
 
     // Which board to match; --vid and --pid change it.
     MatchEntry MatchTable{BoardVendorId, BoardProductId};
+    // The one board this connection takes (--board): a serial number or a port path. Empty:
+    // the first matching board that attaches; another one arriving while it is attached is
+    // ignored. Either way a board that is not taken is named in the log once, the first time
+    // it is announced, and its later arrivals and departures pass unremarked.
+    std::string BoardId;
+    // The board attached now, or the last one that was.
+    BoardIdentity Board;
 
     bool UsbOpen = false;
     bool ManualUsbConnect = false;
@@ -100,11 +108,13 @@ public:
 
 private:
     void pipeTransfer(bool read);
+    bool takes(UsbDeviceHandle h, const BoardIdentity& board, const DriverContextRecord& c);
 
     BoardDriver& driver_;
     UiPump& pump_;
     ProgramLog& log_;
     const ColorSet& colors_;
+    std::set<std::string> ignored_;  // boards named in the log as not taken
 };
 
 }  // namespace i2cbridge

@@ -2,6 +2,8 @@
 
 #include <sys/time.h>
 
+#include <algorithm>
+#include <fstream>
 #include <vector>
 
 #include "foundation/hex_text.h"
@@ -18,7 +20,67 @@ bool FieldMatches(uint8_t wanted, uint8_t actual) {
 // interrupts the wait at once; this only bounds a missed wake-up.
 constexpr suseconds_t kEventWaitUs = 200'000;
 
+// Where the board sits, without opening it.
+BoardIdentity Whereabouts(libusb_device* device) {
+    BoardIdentity identity;
+    identity.bus = libusb_get_bus_number(device);
+    identity.address = libusb_get_device_address(device);
+    uint8_t ports[8];
+    const int count = libusb_get_port_numbers(device, ports, sizeof ports);
+    identity.portPath = PortPath(identity.bus, ports, count < 0 ? 0 : count);
+    return identity;
+}
+
+std::string StringDescriptor(libusb_device_handle* handle, uint8_t index) {
+    if (index == 0) return {};
+    unsigned char text[256];
+    const int n = libusb_get_string_descriptor_ascii(handle, index, text, sizeof text - 1);
+    return n > 0 ? std::string(reinterpret_cast<char*>(text), static_cast<std::size_t>(n)) : "";
+}
+
+// The board's strings as the kernel read them when the board arrived; the way to name a
+// board this user may not open.
+std::string SysfsString(const std::string& portPath, const char* attribute) {
+    std::ifstream file("/sys/bus/usb/devices/" + portPath + "/" + attribute);
+    std::string text;
+    std::getline(file, text);
+    return text;
+}
+
+void ReadStrings(BoardIdentity& identity, libusb_device_handle* handle,
+                 const libusb_device_descriptor& descriptor) {
+    if (handle != nullptr) {
+        identity.serial = StringDescriptor(handle, descriptor.iSerialNumber);
+        identity.product = StringDescriptor(handle, descriptor.iProduct);
+    } else {
+        if (descriptor.iSerialNumber != 0)
+            identity.serial = SysfsString(identity.portPath, "serial");
+        if (descriptor.iProduct != 0) identity.product = SysfsString(identity.portPath, "product");
+    }
+}
+
+bool DescriptorsMatch(libusb_device* device, const MatchEntry& match,
+                      libusb_device_descriptor& descriptor, UsbDeviceInfo* info) {
+    if (libusb_get_device_descriptor(device, &descriptor) != LIBUSB_SUCCESS) return false;
+    libusb_config_descriptor* config = nullptr;
+    if (libusb_get_active_config_descriptor(device, &config) != LIBUSB_SUCCESS) {
+        config = nullptr;
+        if (libusb_get_config_descriptor(device, 0, &config) != LIBUSB_SUCCESS) config = nullptr;
+    }
+    const bool matches = MatchesEntry(descriptor, config, match);
+    if (matches && info != nullptr) *info = DeviceInfoFromDescriptors(descriptor, config);
+    libusb_free_config_descriptor(config);
+    return matches;
+}
+
 }  // namespace
+
+std::string PortPath(uint8_t bus, const uint8_t* ports, int count) {
+    std::string path = std::to_string(bus);
+    if (count <= 0) return "usb" + path;
+    for (int i = 0; i < count; ++i) path += (i == 0 ? "-" : ".") + std::to_string(ports[i]);
+    return path;
+}
 
 bool MatchesEntry(const libusb_device_descriptor& device, const libusb_config_descriptor* config,
                   const MatchEntry& match) {
@@ -91,17 +153,18 @@ LibusbDriver::~LibusbDriver() {
     releaseContext();
 }
 
+int32_t LibusbDriver::ensureContext() {
+    if (context_ != nullptr) return LIBUSB_SUCCESS;
+    const int r = libusb_init(&context_);
+    if (r != LIBUSB_SUCCESS) context_ = nullptr;
+    return r;
+}
+
 int32_t LibusbDriver::init(UsbDriverHandle& driverHandle, const MatchEntry& match,
                            DriverEvents events) {
     if (running_) uninit(0);
     driverHandle = 0;
-    if (context_ == nullptr) {
-        const int r = libusb_init(&context_);
-        if (r != LIBUSB_SUCCESS) {
-            context_ = nullptr;
-            return r;
-        }
-    }
+    if (const int r = ensureContext(); r != LIBUSB_SUCCESS) return r;
     if (!libusb_has_capability(LIBUSB_CAP_HAS_HOTPLUG)) {
         releaseContext();
         return LIBUSB_ERROR_NOT_SUPPORTED;
@@ -186,16 +249,9 @@ void LibusbDriver::arrived(libusb_device* device) {
         if (open.device == device) return;
 
     libusb_device_descriptor descriptor{};
-    if (libusb_get_device_descriptor(device, &descriptor) != LIBUSB_SUCCESS) return;
-    libusb_config_descriptor* config = nullptr;
-    if (libusb_get_active_config_descriptor(device, &config) != LIBUSB_SUCCESS) {
-        config = nullptr;
-        if (libusb_get_config_descriptor(device, 0, &config) != LIBUSB_SUCCESS) config = nullptr;
-    }
-    const bool matches = MatchesEntry(descriptor, config, match_);
-    UsbDeviceInfo info = DeviceInfoFromDescriptors(descriptor, config);
-    libusb_free_config_descriptor(config);
-    if (!matches) return;
+    UsbDeviceInfo info;
+    if (!DescriptorsMatch(device, match_, descriptor, &info)) return;
+    info.identity = Whereabouts(device);
 
     // Copies: a handler may restart the library, which replaces the originals.
     const DriverEvents handlers = events_;
@@ -206,6 +262,7 @@ void LibusbDriver::arrived(libusb_device* device) {
         if (r != LIBUSB_ERROR_NO_DEVICE && handlers.notice) handlers.notice(OpenFailureNotice(r));
         return;
     }
+    ReadStrings(info.identity, handle, descriptor);
     const UsbDeviceHandle id = nextDevice_;
     nextDevice_ = nextDevice_ == UINT32_MAX ? 1 : nextDevice_ + 1;
     libusb_ref_device(device);
@@ -231,6 +288,49 @@ void LibusbDriver::departed(libusb_device* device) {
         if (handlers.detach) handlers.detach(id);
         return;
     }
+}
+
+// Each matching board is opened for a moment to read its strings and to learn whether its
+// interface is free; one this driver holds itself counts as busy, as it is for anybody else.
+int32_t LibusbDriver::listBoards(const MatchEntry& match, std::vector<AttachedBoard>& boards) {
+    boards.clear();
+    if (const int r = ensureContext(); r != LIBUSB_SUCCESS) return r;
+    libusb_device** list = nullptr;
+    const ssize_t count = libusb_get_device_list(context_, &list);
+    if (count < 0) {
+        if (!running_ && !options_.keepContext) releaseContext();
+        return static_cast<int32_t>(count);
+    }
+    for (ssize_t i = 0; i < count; ++i) {
+        libusb_device_descriptor descriptor{};
+        if (!DescriptorsMatch(list[i], match, descriptor, nullptr)) continue;
+        AttachedBoard board{Whereabouts(list[i]), LIBUSB_SUCCESS};
+        const bool ours = std::any_of(devices_.begin(), devices_.end(), [&](const auto& open) {
+            return open.second.device == list[i] && open.second.claimedInterface >= 0;
+        });
+        libusb_device_handle* handle = nullptr;
+        board.access = libusb_open(list[i], &handle);
+        if (board.access == LIBUSB_ERROR_NO_DEVICE) continue;  // gone meanwhile
+        ReadStrings(board.identity, handle, descriptor);
+        if (handle != nullptr) {
+            if (ours) {
+                board.access = LIBUSB_ERROR_BUSY;
+            } else {
+                board.access = libusb_claim_interface(handle, 0);
+                if (board.access == LIBUSB_SUCCESS) libusb_release_interface(handle, 0);
+                if (board.access != LIBUSB_ERROR_BUSY && board.access != LIBUSB_ERROR_ACCESS)
+                    board.access = LIBUSB_SUCCESS;
+            }
+            libusb_close(handle);
+        }
+        boards.push_back(std::move(board));
+    }
+    libusb_free_device_list(list, 1);
+    std::sort(boards.begin(), boards.end(), [](const AttachedBoard& a, const AttachedBoard& b) {
+        return a.identity.portPath < b.identity.portPath;
+    });
+    if (!running_ && !options_.keepContext) releaseContext();
+    return LIBUSB_SUCCESS;
 }
 
 void LibusbDriver::closeDevice(OpenDevice& open) {

@@ -53,6 +53,10 @@ bool MatchesEntry(const libusb_device_descriptor& device, const libusb_config_de
 UsbDeviceInfo DeviceInfoFromDescriptors(const libusb_device_descriptor& device,
                                         const libusb_config_descriptor* config);
 
+// The board's port path as Linux names it: the bus number, a dash, and the port numbers from
+// the root hub joined by dots ("1-2.3"); "usbN" for a root hub itself.
+std::string PortPath(uint8_t bus, const uint8_t* ports, int count);
+
 // What the log says when a matching board is found but libusb_open refuses it.
 std::string OpenFailureNotice(int32_t status);
 
@@ -74,6 +78,7 @@ public:
     int32_t resetDevice(UsbDeviceHandle device, uint32_t options) override;
     void uninit(UsbDriverHandle driverHandle) override;
     std::string statusText(int32_t status) override;
+    int32_t listBoards(const MatchEntry& match, std::vector<AttachedBoard>& boards) override;
     void deliverEvents() override;
 
     bool running() const { return running_; }
@@ -98,6 +103,7 @@ private:
     void closeAll();
     void dropQueued();
     void releaseContext();
+    int32_t ensureContext();
     OpenDevice* find(UsbDeviceHandle device);
 
     LibusbDriverOptions options_;

@@ -13,9 +13,15 @@ void SimulatedBoard::setIdentity(uint16_t vendorId, uint16_t productId) {
     productId_ = productId;
 }
 
-bool SimulatedBoard::matches() const {
-    return (match_.vendorId == 0 || match_.vendorId == vendorId_) &&
-           (match_.productId == 0 || match_.productId == productId_);
+bool SimulatedBoard::matches(const MatchEntry& match) const {
+    return (match.vendorId == 0 || match.vendorId == vendorId_) &&
+           (match.productId == 0 || match.productId == productId_);
+}
+
+int32_t SimulatedBoard::listBoards(const MatchEntry& match, std::vector<AttachedBoard>& boards) {
+    boards.clear();
+    if (plugged_ && matches(match)) boards.push_back({identity_, usb_status::kSuccess});
+    return usb_status::kSuccess;
 }
 
 int32_t SimulatedBoard::init(UsbDriverHandle& driverHandle, const MatchEntry& match,
@@ -36,7 +42,7 @@ int32_t SimulatedBoard::init(UsbDriverHandle& driverHandle, const MatchEntry& ma
 }
 
 void SimulatedBoard::announceAttach() {
-    if (!running_ || !matches() || device_ != 0) return;
+    if (!running_ || !matches(match_) || device_ != 0) return;
     device_ = nextDevice_++;
     interfaceSet_ = false;
     pending_.push_back({true, device_});
@@ -100,9 +106,10 @@ int32_t SimulatedBoard::getDeviceInfo(UsbDeviceHandle device, UsbDeviceInfo& inf
                                     0x01,
                                     1,
                                     2,
-                                    0,
+                                    static_cast<uint8_t>(identity_.serial.empty() ? 0 : 3),
                                     1};
     std::copy(std::begin(descriptor), std::end(descriptor), info.deviceDescriptor.begin());
+    info.identity = identity_;
     AlternateSettingInfo alt;
     if (!noEndpoints_) {
         for (uint8_t ep : {0x01, 0x81, 0x02, 0x82, 0x04}) alt.endpoints.push_back({ep, 2, 64});

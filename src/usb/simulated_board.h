@@ -29,6 +29,7 @@ public:
     int32_t resetDevice(UsbDeviceHandle device, uint32_t options) override;
     void uninit(UsbDriverHandle driverHandle) override;
     std::string statusText(int32_t status) override;
+    int32_t listBoards(const MatchEntry& match, std::vector<AttachedBoard>& boards) override;
     void deliverEvents() override;
 
     // The board on the desk.
@@ -37,6 +38,8 @@ public:
     void unplug();  // announces a detach while the library runs
     bool plugged() const { return plugged_; }
     void setIdentity(uint16_t vendorId, uint16_t productId);
+    // Where the board sits and its strings (a serial number for a test that needs one).
+    BoardIdentity& identity() { return identity_; }
 
     // Fault injection. A queued transfer fault is used by the next transfer whose pipe
     // matches (any pipe when pipe is empty) and then dropped.
@@ -73,7 +76,7 @@ private:
         bool attach;
         UsbDeviceHandle device;
     };
-    bool matches() const;
+    bool matches(const MatchEntry& match) const;
     void waitForFrameEnd() const;
     void announceAttach();
     void announceDetach();
@@ -81,6 +84,7 @@ private:
     BoardModel model_;
     uint16_t vendorId_ = BoardVendorId;
     uint16_t productId_ = BoardProductId;
+    BoardIdentity identity_{"1-1", 1, 2, "", "I2C Bridge (simulated)"};
     bool plugged_ = true;
     bool running_ = false;
     MatchEntry match_;

@@ -1,9 +1,11 @@
 #pragma once
 
 // The bridge board as a USB device under umockdev: a sysfs entry with the board's descriptors
-// and a device node /dev/bus/usb/001/002 whose usbfs ioctls are answered here, so libusb talks
-// to it exactly as to the board on the desk. The frames are answered by BoardModel, the same
-// model the built-in simulated board runs.
+// and strings, and a device node /dev/bus/usb/BUS/DEV whose usbfs ioctls are answered here, so
+// libusb talks to it exactly as to the board on the desk. The frames are answered by
+// BoardModel, the same model the built-in simulated board runs. Several boards may exist at
+// once, on different ports (with the hubs between them and the root made up as needed); they
+// share the process's one testbed.
 //
 // umockdev calls the ioctl handler on its own thread; everything the handler touches is
 // guarded by one mutex, and tests reach the model only through withModel().
@@ -36,6 +38,11 @@ struct EmulatedBoardConfig {
     // does not spin. A request from the other thread waits behind the pause, so it is also the
     // emulation's latency.
     std::chrono::microseconds idlePause{1000};
+    // Where it is plugged in, as Linux names the port ("1-1", "1-2.3"); the bus is the number
+    // before the dash. Its device number is the next free one on that bus.
+    std::string port = "1-1";
+    std::string serial;  // empty: the board reports no serial number
+    std::string product = "I2C Bridge";
 };
 
 class EmulatedBoard {
@@ -64,20 +71,25 @@ public:
     // requests the board does not know are counted as "unknown".
     int requests(const std::string& name) const;
     bool interfaceClaimed() const;
+    const std::string& deviceNode() const { return node_; }
 
 private:
     struct Urb {
         UMockdevIoctlData* data = nullptr;  // the client's struct usbdevfs_urb, one reference
         uint8_t endpoint = 0;
+        // The open file it came through: each reaps only its own.
+        UMockdevIoctlClient* client = nullptr;
     };
 
     static gboolean HandleIoctl(UMockdevIoctlBase* base, UMockdevIoctlClient* client,
                                 gpointer self);
+    static void ClientVanished(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     void handle(UMockdevIoctlClient* client);
     int claim(unsigned int number);
-    int submit(UMockdevIoctlData* arg);
-    bool reap(UMockdevIoctlData* arg);
-    int discard(UMockdevIoctlData* arg);
+    int submit(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
+    bool reap(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
+    int discard(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
+    void control(Urb urb);
     void answerPendingReads();
     void complete(Urb urb, int status, const std::vector<uint8_t>* payload);
     void failPending(int status);
@@ -86,6 +98,7 @@ private:
     UMockdevTestbed* testbed_ = nullptr;
     UMockdevIoctlBase* handler_ = nullptr;
     std::string sysPath_;
+    std::string node_;
     EmulatedBoardConfig config_;
 
     mutable std::mutex mutex_;

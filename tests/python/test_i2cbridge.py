@@ -71,6 +71,18 @@ def test_no_board_and_closed_board(board):
     assert board.read(0x30, 0x02) == b"Z"
 
 
+def test_two_boards_side_by_side():
+    # A reference and a target, each with its own serial number; SMBus names its board too.
+    with i2cbridge.open(simulate=True, board="REF-0001") as ref, \
+            SMBus(simulate=True, board="1-4") as target:
+        assert (ref.name, target.fd.name) == ("1-1 (serial REF-0001)", "1-4 (no serial)")
+        for i in range(4):
+            ref.write(0x30, 0x10, bytes([i]))
+            target.write_byte_data(0x30, 0x10, 0x80 | i)
+            assert ref.read(0x30, 0x10) == bytes([i])
+            assert target.read_byte_data(0x30, 0x10) == 0x80 | i
+
+
 def test_transfers_and_gpio(board, tmp_path):
     with board.trace(str(tmp_path / "t.txt")):
         board.write(0x50, b"\x00\x10", b"\xa5\x5a")

@@ -33,14 +33,19 @@ __all__ = ["open", "Board", "Gpio", "NakError", "NoBoardError", "Row", "RunResul
            "SMBus", "i2c_msg"]
 
 
-def open(*, simulate=False, vid=None, pid=None, log=None, trace=None):
+def open(*, simulate=False, vid=None, pid=None, log=None, trace=None, board=None):
     """Opens the board and returns it; NoBoardError when none can be opened.
 
     simulate=True uses the built-in simulated board; vid and pid match a board with other
     USB identifiers; log and trace name files for the program log and the transfers (text,
-    or usbmon capture for a name ending in .pcap).
+    or usbmon capture for a name ending in .pcap). board names one of several boards by its
+    serial number or USB port path ("1-2.3", as i2cbridge-cli list shows them); with several
+    attached and none named, open raises ValueError with the list. With simulate=True, board
+    becomes the built-in board's serial number (or port).
 
         with i2cbridge.open(simulate=True) as board:
             board.read(0x30, 0x02)   # b'Z'
+        reference = i2cbridge.open(board="REF-0001")
+        target = i2cbridge.open(board="1-4")
     """
-    return Board(simulate=simulate, vid=vid, pid=pid, log=log, trace=trace)
+    return Board(simulate=simulate, vid=vid, pid=pid, log=log, trace=trace, board=board)

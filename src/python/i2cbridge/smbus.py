@@ -62,8 +62,9 @@ class i2c_msg:
 class SMBus:
     """smbus2.SMBus's methods on the board, with the same names, parameters and defaults.
 
-    SMBus(board) uses an open board; SMBus(simulate=True), SMBus(vid=..., pid=...) or SMBus()
-    opens one and closes it again on close(). The bus number of smbus2 has no meaning here: an
+    SMBus(board) uses an open board; SMBus(simulate=True), SMBus(vid=..., pid=...),
+    SMBus(board="REF-0001") (one of several, by serial number or port) or SMBus() opens one and
+    closes it again on close(). The bus number of smbus2 has no meaning here: an
     int is accepted and ignored, so that SMBus(1) runs unchanged. force is accepted and
     ignored (nothing else owns the board's bus). A device that does not answer raises an
     OSError with errno EREMOTEIO (i2cbridge.NakError).
